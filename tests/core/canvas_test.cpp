@@ -1,0 +1,284 @@
+#include "velmora/core/canvas.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+using namespace velmora::ui;
+
+// Counts heap allocations so a test can prove that a repeated frame allocates nothing.
+namespace {
+std::atomic<long> allocations{0};
+}
+void* operator new(std::size_t n) {
+    ++allocations;
+    if (void* p = std::malloc(n ? n : 1)) return p;
+    throw std::bad_alloc();
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+template <class E, class F> std::string thrown(F&& f) {
+    try {
+        f();
+    } catch (const E& e) {
+        return e.what();
+    }
+    return "<nothing thrown>";
+}
+
+Canvas begun(float w = 200, float h = 100, Theme t = {}) {
+    Canvas c;
+    c.begin(w, h, t);
+    return c;
+}
+
+const float* last(const Canvas& c) { return c.commands().back().slot; }
+
+} // namespace
+
+TEST(Canvas, BeginChecksSizesThenTheme) {
+    Canvas c;
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.begin(0.5f, 100, {}); }), "width");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.begin(32769, 100, {}); }), "width");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.begin(100, NAN, {}); }), "height");
+    Theme bad;
+    bad.sigma = 40;
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.begin(100, 100, bad); }), "sigma");
+    c.begin(1, 32768, {});
+    EXPECT_EQ(c.clip().h, 32768);
+}
+
+TEST(Canvas, AddWritesColourClipAndThemeSlots) {
+    Theme t;
+    t.antialiasing = 1;
+    t.text_contrast = 1.5f;
+    Canvas c = begun(200, 100, t);
+    Command& cmd = c.add(kind_ring, {1, 2, 3, 4}, 0x80FF4000);
+    EXPECT_EQ(cmd.slot[0], 3);
+    EXPECT_EQ(cmd.slot[1], 1);
+    EXPECT_EQ(cmd.slot[4], 4);
+    EXPECT_FLOAT_EQ(cmd.slot[6], 1);
+    EXPECT_FLOAT_EQ(cmd.slot[7], 64 / 255.0f);
+    EXPECT_FLOAT_EQ(cmd.slot[8], 0);
+    EXPECT_FLOAT_EQ(cmd.slot[9], 128 / 255.0f);
+    EXPECT_EQ(cmd.slot[20], 200);
+    EXPECT_EQ(cmd.slot[21], 100);
+    EXPECT_EQ(cmd.slot[27], 1);
+    EXPECT_EQ(cmd.slot[45], 1.5f);
+    for (int i = 46; i < 64; ++i) EXPECT_EQ(cmd.slot[i], 0) << i;
+}
+
+TEST(Canvas, TextureNameTravelsAsBits) {
+    Command cmd;
+    cmd.texture(0xFFFFFFFEu); // a NaN pattern as a float; must survive untouched
+    EXPECT_EQ(cmd.texture(), 0xFFFFFFFEu);
+}
+
+TEST(Canvas, CommandLimitAcceptsThe65536th) {
+    Canvas c = begun();
+    for (int i = 0; i < 65536; ++i) c.add(kind_shape, {}, 0);
+    EXPECT_EQ(thrown<std::length_error>([&] { c.add(kind_shape, {}, 0); }), "65536 command limit");
+    EXPECT_EQ(c.commands().size(), 65536u);
+    c.begin(10, 10, {});
+    EXPECT_TRUE(c.commands().empty());
+}
+
+TEST(Canvas, RoundingHandlesAndCubicFlag) {
+    Theme t;
+    t.corner_smoothing = 0;
+    Canvas c = begun(200, 100, t);
+    c.fill({0, 0, 40, 20}, 0xFFFFFFFF, 10);
+    EXPECT_EQ(last(c)[44], 0.0f); // 10 is not below 9.999: a capsule stays circular
+    for (int i = 32; i < 36; ++i) EXPECT_FLOAT_EQ(last(c)[i], 0.5522848f);
+    c.fill({0, 0, 40, 21}, 0xFFFFFFFF, 10);
+    EXPECT_EQ(last(c)[44], 1.0f);
+    for (int i = 28; i < 32; ++i) EXPECT_EQ(last(c)[i], 10);
+    EXPECT_EQ(last(c)[5], 10);
+    c.fill({0, 0, 40, 21}, 0xFFFFFFFF, 0);
+    EXPECT_EQ(last(c)[44], 0.0f);
+
+    Theme circles;
+    circles.cubic_corners = false;
+    circles.corner_smoothing = 1;
+    Canvas d = begun(200, 100, circles);
+    d.fill({0, 0, 40, 40}, 0, 5);
+    EXPECT_EQ(last(d)[44], 0.0f);
+    EXPECT_FLOAT_EQ(last(d)[32], 1.0f);
+}
+
+TEST(Canvas, BadRadiusLeavesTheHalfFilledCommand) {
+    Canvas c = begun();
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.fill({0, 0, 4, 4}, 0, 4097); }), "corner radius");
+    EXPECT_EQ(c.commands().size(), 1u);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.push_clip({0, 0, 4, 4}, -1); }), "corner radius");
+    EXPECT_EQ(c.clip_depth(), 1u);
+}
+
+TEST(Canvas, StrokeChecksThicknessFirst) {
+    Canvas c = begun();
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.stroke({0, 0, -1, 4}, 0, NAN, 2); }), "stroke thickness");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.stroke({0, 0, -1, 4}, 0, 1, 2); }), "Invalid rectangle");
+    EXPECT_TRUE(c.commands().empty());
+    c.stroke({1, 2, 30, 40}, 0xFF102030, 0, 3);
+    c.fill({1, 2, 30, 40}, 0xFF102030, 3);
+    const auto& cmds = c.commands();
+    for (int i = 0; i < 64; ++i) EXPECT_EQ(cmds[0].slot[i], cmds[1].slot[i]) << i;
+    c.stroke({1, 2, 30, 40}, 0, 2.5f, 3);
+    EXPECT_EQ(last(c)[10], 2.5f);
+}
+
+TEST(Canvas, RectangleChecks) {
+    Canvas c = begun();
+    const Rect bad[] = {{NAN, 0, 1, 1}, {0, INFINITY, 1, 1}, {0, 0, -1, 1}, {0, 0, 1, -0.5f}};
+    for (Rect r : bad) {
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.fill(r, 0, 0); }), "Invalid rectangle");
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.glass(r, {}, 0); }), "Invalid rectangle");
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.clip(r); }), "Invalid rectangle");
+    }
+    c.fill({-50, -50, 0, 0}, 0, 0); // negative positions and empty sizes are fine
+    EXPECT_EQ(c.commands().size(), 1u);
+}
+
+TEST(Canvas, GlassCarriesItsOwnMaterial) {
+    Canvas c = begun();
+    Theme g = Theme::liquid();
+    g.surface = 0x11223344;
+    g.surface_opacity = 0.5f;
+    g.antialiasing = 0;
+    g.highlight = 0x80FF0000;
+    c.glass({10, 10, 100, 50}, g, 12);
+    const float* s = last(c);
+    EXPECT_EQ(s[0], 0);
+    EXPECT_FLOAT_EQ(s[9], 128 / 255.0f); // alpha from surface_opacity, rounded
+    EXPECT_FLOAT_EQ(s[6], 0x22 / 255.0f);
+    EXPECT_EQ(s[22], 0);
+    EXPECT_EQ(s[23], 30);
+    EXPECT_EQ(s[24], 1);
+    EXPECT_EQ(s[25], 0);
+    EXPECT_FLOAT_EQ(s[26], 1.2f);
+    EXPECT_EQ(s[27], 0); // the glass theme's mode, not the canvas's
+    EXPECT_FLOAT_EQ(s[36], 1);
+    EXPECT_FLOAT_EQ(s[39], 128 / 255.0f);
+    EXPECT_FLOAT_EQ(s[43], 1);
+    Theme bad;
+    bad.tint = 2;
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.glass({0, 0, 1, 1}, bad, 0); }), "tint");
+}
+
+TEST(Canvas, ShapedClipsNestAndBalance) {
+    Canvas c = begun(200, 100);
+    EXPECT_EQ(thrown<std::logic_error>([&] { c.pop_clip(); }), "Clip stack underflow");
+    c.push_clip({10, 10, 50, 50}, 8);
+    EXPECT_EQ(last(c)[0], 10);
+    EXPECT_EQ(last(c)[20], 200); // the push carries the clip from before it
+    EXPECT_EQ(c.clip().x, 10);
+    EXPECT_EQ(c.clip().w, 50);
+    c.pop_clip();
+    EXPECT_EQ(last(c)[0], 11);
+    EXPECT_EQ(last(c)[20], 50); // and the pop the inner one
+    EXPECT_EQ(last(c)[3], 0);
+    EXPECT_EQ(c.clip().w, 200);
+
+    for (int i = 0; i < 32; ++i) c.push_clip({0, 0, 100, 100}, 0);
+    EXPECT_EQ(thrown<std::length_error>([&] { c.push_clip({0, 0, 1, 1}, 0); }), "32 shaped clip limit");
+    EXPECT_EQ(c.clip_depth(), 32u);
+}
+
+TEST(Canvas, ClipReplacesAndCutsToCanvas) {
+    Canvas c = begun(200, 100);
+    c.clip({-10, 20, 50, 500});
+    EXPECT_EQ(c.clip().x, 0);
+    EXPECT_EQ(c.clip().w, 40);
+    EXPECT_EQ(c.clip().h, 80);
+    c.clip({300, 0, 20, 20});
+    EXPECT_EQ(c.clip().w, 0);
+    c.clip({0, 0, 1000, 1000}); // no intersection with the previous clip: it widens again
+    EXPECT_EQ(c.clip().w, 200);
+    c.backdrop();
+    EXPECT_EQ(last(c)[0], 9);
+    EXPECT_EQ(last(c)[6], 1);
+}
+
+TEST(Canvas, LineRingAndPlaneChecks) {
+    Canvas c = begun();
+    c.line({10, 10}, {0, 0}, 0xFFFFFFFF, 2);
+    EXPECT_EQ(last(c)[3], -10);
+    EXPECT_EQ(last(c)[4], -10);
+    EXPECT_EQ(last(c)[10], 2);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.line({0, 0}, {1, 1}, 0, -1); }), "line thickness");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.line({0, NAN}, {1, 1}, 0, 1); }), "Line endpoints");
+
+    EXPECT_EQ(thrown<std::invalid_argument>([&] {
+                  c.ring({0, 0, -1, 1}, 0, NAN, 2, 0);
+              }),
+              "Invalid rectangle");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.ring({0, 0, 1, 1}, 0, 4097, 2, 0); }), "ring thickness");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.ring({0, 0, 1, 1}, 0, 1, 1.01f, 0); }), "ring progress");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.ring({0, 0, 1, 1}, 0, 1, 1, -32769); }), "ring start");
+    c.ring({0, 0, 20, 20}, 0, 3, 0.25f, -32768);
+    EXPECT_EQ(last(c)[11], 0.25f);
+    EXPECT_EQ(last(c)[12], -32768);
+
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.color_plane({0, 0, 1, 1}, 1.5f); }), "hue");
+    c.color_plane({0, 0, 10, 10}, 0.5f);
+    EXPECT_EQ(last(c)[0], 5);
+    EXPECT_EQ(last(c)[11], 0.5f);
+}
+
+TEST(Canvas, TextWithoutRendererMeasuresByEstimate) {
+    Canvas c = begun();
+    c.text("通知", {0, 0}, 10, 0xFFFFFFFF, 400);
+    EXPECT_TRUE(c.commands().empty());
+    EXPECT_EQ(c.text_width("通知", 10, 400), 12);
+    EXPECT_FLOAT_EQ(c.text_width("a\nb", 10, 400), 18); // line feeds count as code points
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.text("x", {}, 0.5f, 0, 400); }), "text size");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { (void)c.text_width("x", 257, 400); }), "text size");
+}
+
+namespace {
+struct FakeText : TextEngine {
+    int drawn = 0;
+    void draw_text(Canvas& c, const std::string&, Vec2 p, float, unsigned color, int) override {
+        ++drawn;
+        c.add(kind_glyph, {p.x, p.y, 1, 1}, color);
+    }
+    float measure(const std::string& s, float, int) const override { return float(s.size()); }
+};
+} // namespace
+
+TEST(Canvas, TextGoesThroughTheBoundEngine) {
+    FakeText engine;
+    Canvas c = begun();
+    c.renderer(&engine);
+    c.text("abc", {3, 4}, 12, 0xFFFFFFFF, 600);
+    EXPECT_EQ(engine.drawn, 1);
+    EXPECT_EQ(c.text_width("abcd", 12, 400), 4);
+    c.begin(10, 10, {}); // the binding outlives the frame
+    EXPECT_EQ(c.renderer(), &engine);
+}
+
+TEST(Canvas, RepeatedFrameAllocatesNothing) {
+    Canvas c;
+    auto frame = [&] {
+        c.begin(1280, 800, {});
+        for (int i = 0; i < 500; ++i) {
+            c.push_clip({0, 0, 100, 100}, 8);
+            c.glass({float(i), 0, 40, 40}, c.theme(), 9);
+            c.fill({0, 0, 10, 10}, 0xFF00FF00, 4);
+            c.pop_clip();
+        }
+    };
+    frame();
+    frame();
+    long before = allocations.load();
+    frame();
+    EXPECT_EQ(allocations.load(), before);
+}
