@@ -1,0 +1,1042 @@
+// The GPU backend: device, entry points and programs; frame submission; textures, background
+// and read-back. Plain functions over file-scope state; nothing here throws.
+//
+// Index:
+//   GL types and constants      the few enumerants used, so no GL header is needed
+//   entry points                the required list, resolved in order into `<name>_` pointers
+//   backend state               everything vg_open creates
+//   errors and resolving        last_error, proc, make_program
+//   device                      vg_open, vg_close, vg_device, vg_error, vg_gl_error
+//   host state                  GlState, save_state, prepare_state, restore_state
+//   frozen scene                resize_textures, snapshot
+//   frame submission            vg_submit
+//   textures and read-back      vg_background, vg_texture, vg_upload, vg_delete_texture,
+//                               vg_read_pixels
+#include "velmora/gpu/vg.hpp"
+
+#include "velmora/gpu/gl_loader.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+// ---- GL types and constants ---------------------------------------------------------------
+
+#if defined(_WIN32) && !defined(_WIN64)
+#define VG_APIENTRY __stdcall
+#else
+#define VG_APIENTRY
+#endif
+
+using GLenum = unsigned;
+using GLuint = unsigned;
+using GLint = int;
+using GLsizei = int;
+using GLboolean = unsigned char;
+using GLfloat = float;
+using GLchar = char;
+using GLbitfield = unsigned;
+
+constexpr GLenum GL_ONE = 1;
+constexpr GLenum GL_TRIANGLES = 0x0004;
+constexpr GLenum GL_ONE_MINUS_SRC_ALPHA = 0x0303;
+constexpr GLenum GL_FRONT = 0x0404;
+constexpr GLenum GL_BACK = 0x0405;
+constexpr GLenum GL_FRONT_AND_BACK = 0x0408;
+constexpr GLenum GL_CULL_FACE = 0x0B44;
+constexpr GLenum GL_POLYGON_MODE = 0x0B40;
+constexpr GLenum GL_DEPTH_TEST = 0x0B71;
+constexpr GLenum GL_STENCIL_TEST = 0x0B90;
+constexpr GLenum GL_VIEWPORT = 0x0BA2;
+constexpr GLenum GL_ALPHA_TEST = 0x0BC0;
+constexpr GLenum GL_BLEND = 0x0BE2;
+constexpr GLenum GL_COLOR_LOGIC_OP = 0x0BF2;
+constexpr GLenum GL_READ_BUFFER = 0x0C02;
+constexpr GLenum GL_SCISSOR_BOX = 0x0C10;
+constexpr GLenum GL_COLOR_WRITEMASK = 0x0C23;
+constexpr GLenum GL_SCISSOR_TEST = 0x0C11;
+constexpr GLenum GL_UNPACK_ROW_LENGTH = 0x0CF2;
+constexpr GLenum GL_UNPACK_SKIP_ROWS = 0x0CF3;
+constexpr GLenum GL_UNPACK_SKIP_PIXELS = 0x0CF4;
+constexpr GLenum GL_UNPACK_ALIGNMENT = 0x0CF5;
+constexpr GLenum GL_PACK_ROW_LENGTH = 0x0D02;
+constexpr GLenum GL_PACK_SKIP_ROWS = 0x0D03;
+constexpr GLenum GL_PACK_SKIP_PIXELS = 0x0D04;
+constexpr GLenum GL_PACK_ALIGNMENT = 0x0D05;
+constexpr GLenum GL_MAX_CLIP_DISTANCES = 0x0D32;
+constexpr GLenum GL_MAX_TEXTURE_SIZE = 0x0D33;
+constexpr GLenum GL_TEXTURE_2D = 0x0DE1;
+constexpr GLenum GL_UNSIGNED_BYTE = 0x1401;
+constexpr GLenum GL_RGBA = 0x1908;
+constexpr GLenum GL_FILL = 0x1B02;
+constexpr GLenum GL_RENDERER = 0x1F01;
+constexpr GLenum GL_EXTENSIONS = 0x1F03;
+constexpr GLenum GL_LINEAR = 0x2601;
+constexpr GLenum GL_NEAREST = 0x2600;
+constexpr GLenum GL_TEXTURE_MAG_FILTER = 0x2800;
+constexpr GLenum GL_TEXTURE_MIN_FILTER = 0x2801;
+constexpr GLenum GL_TEXTURE_WRAP_S = 0x2802;
+constexpr GLenum GL_TEXTURE_WRAP_T = 0x2803;
+constexpr GLenum GL_CLIP_DISTANCE0 = 0x3000;
+constexpr GLbitfield GL_COLOR_BUFFER_BIT = 0x4000;
+constexpr GLenum GL_FUNC_ADD = 0x8006;
+constexpr GLenum GL_BLEND_EQUATION_RGB = 0x8009;
+constexpr GLenum GL_RGBA8 = 0x8058;
+constexpr GLenum GL_TEXTURE_BINDING_2D = 0x8069;
+constexpr GLenum GL_SAMPLE_ALPHA_TO_COVERAGE = 0x809E;
+constexpr GLenum GL_SAMPLE_ALPHA_TO_ONE = 0x809F;
+constexpr GLenum GL_SAMPLE_COVERAGE = 0x80A0;
+constexpr GLenum GL_SAMPLE_BUFFERS = 0x80A8;
+constexpr GLenum GL_BLEND_DST_RGB = 0x80C8;
+constexpr GLenum GL_BLEND_SRC_RGB = 0x80C9;
+constexpr GLenum GL_BLEND_DST_ALPHA = 0x80CA;
+constexpr GLenum GL_BLEND_SRC_ALPHA = 0x80CB;
+constexpr GLenum GL_CLAMP_TO_EDGE = 0x812F;
+constexpr GLenum GL_MAJOR_VERSION = 0x821B;
+constexpr GLenum GL_MINOR_VERSION = 0x821C;
+constexpr GLenum GL_NUM_EXTENSIONS = 0x821D;
+constexpr GLenum GL_TEXTURE0 = 0x84C0;
+constexpr GLenum GL_ACTIVE_TEXTURE = 0x84E0;
+constexpr GLenum GL_VERTEX_ARRAY_BINDING = 0x85B5;
+constexpr GLenum GL_MAX_DRAW_BUFFERS = 0x8824;
+constexpr GLenum GL_DRAW_BUFFER0 = 0x8825;
+constexpr GLenum GL_BLEND_EQUATION_ALPHA = 0x883D;
+constexpr GLenum GL_PIXEL_PACK_BUFFER = 0x88EB;
+constexpr GLenum GL_PIXEL_UNPACK_BUFFER = 0x88EC;
+constexpr GLenum GL_PIXEL_PACK_BUFFER_BINDING = 0x88ED;
+constexpr GLenum GL_PIXEL_UNPACK_BUFFER_BINDING = 0x88EF;
+constexpr GLenum GL_SAMPLER_BINDING = 0x8919;
+constexpr GLenum GL_FRAGMENT_SHADER = 0x8B30;
+constexpr GLenum GL_VERTEX_SHADER = 0x8B31;
+constexpr GLenum GL_COMPILE_STATUS = 0x8B81;
+constexpr GLenum GL_LINK_STATUS = 0x8B82;
+constexpr GLenum GL_CURRENT_PROGRAM = 0x8B8D;
+constexpr GLenum GL_RASTERIZER_DISCARD = 0x8C89;
+constexpr GLenum GL_DRAW_FRAMEBUFFER_BINDING = 0x8CA6;
+constexpr GLenum GL_READ_FRAMEBUFFER = 0x8CA8;
+constexpr GLenum GL_DRAW_FRAMEBUFFER = 0x8CA9;
+constexpr GLenum GL_READ_FRAMEBUFFER_BINDING = 0x8CAA;
+constexpr GLenum GL_FRAMEBUFFER_COMPLETE = 0x8CD5;
+constexpr GLenum GL_COLOR_ATTACHMENT0 = 0x8CE0;
+constexpr GLenum GL_FRAMEBUFFER = 0x8D40;
+constexpr GLenum GL_FRAMEBUFFER_SRGB = 0x8DB9;
+constexpr GLenum GL_SAMPLE_MASK = 0x8E51;
+constexpr GLenum GL_CONTEXT_PROFILE_MASK = 0x9126;
+constexpr GLint GL_CONTEXT_COMPATIBILITY_PROFILE_BIT = 0x2;
+
+// ---- entry points -------------------------------------------------------------------------
+
+// The required entry points in the order they are resolved; the first missing one fails
+// vg_open by name.
+#define VG_REQUIRED_ENTRY_POINTS(X)                                                                          \
+    X(void, glActiveTexture, (GLenum))                                                                       \
+    X(void, glAttachShader, (GLuint, GLuint))                                                                \
+    X(void, glBindFramebuffer, (GLenum, GLuint))                                                             \
+    X(void, glBindTexture, (GLenum, GLuint))                                                                 \
+    X(void, glBindVertexArray, (GLuint))                                                                     \
+    X(void, glBlendEquationSeparate, (GLenum, GLenum))                                                       \
+    X(void, glBlendFuncSeparate, (GLenum, GLenum, GLenum, GLenum))                                           \
+    X(void, glBlitFramebuffer, (GLint, GLint, GLint, GLint, GLint, GLint, GLint, GLint, GLbitfield, GLenum)) \
+    X(void, glCompileShader, (GLuint))                                                                       \
+    X(GLuint, glCreateProgram, ())                                                                           \
+    X(GLuint, glCreateShader, (GLenum))                                                                      \
+    X(void, glDeleteFramebuffers, (GLsizei, const GLuint*))                                                  \
+    X(void, glDeleteProgram, (GLuint))                                                                       \
+    X(void, glDeleteShader, (GLuint))                                                                        \
+    X(void, glDeleteTextures, (GLsizei, const GLuint*))                                                      \
+    X(void, glDeleteVertexArrays, (GLsizei, const GLuint*))                                                  \
+    X(void, glDisable, (GLenum))                                                                             \
+    X(void, glDrawArrays, (GLenum, GLint, GLsizei))                                                          \
+    X(void, glDrawBuffer, (GLenum))                                                                          \
+    X(void, glEnable, (GLenum))                                                                              \
+    X(void, glFramebufferTexture2D, (GLenum, GLenum, GLenum, GLuint, GLint))                                 \
+    X(void, glGenFramebuffers, (GLsizei, GLuint*))                                                           \
+    X(void, glGenTextures, (GLsizei, GLuint*))                                                               \
+    X(void, glGenVertexArrays, (GLsizei, GLuint*))                                                           \
+    X(GLenum, glCheckFramebufferStatus, (GLenum))                                                            \
+    X(GLenum, glGetError, ())                                                                                \
+    X(void, glGetIntegerv, (GLenum, GLint*))                                                                 \
+    X(void, glGetProgramInfoLog, (GLuint, GLsizei, GLsizei*, GLchar*))                                       \
+    X(void, glGetProgramiv, (GLuint, GLenum, GLint*))                                                        \
+    X(void, glGetShaderInfoLog, (GLuint, GLsizei, GLsizei*, GLchar*))                                        \
+    X(void, glGetShaderiv, (GLuint, GLenum, GLint*))                                                         \
+    X(const unsigned char*, glGetString, (GLenum))                                                           \
+    X(GLint, glGetUniformLocation, (GLuint, const GLchar*))                                                  \
+    X(void, glLinkProgram, (GLuint))                                                                         \
+    X(void, glReadBuffer, (GLenum))                                                                          \
+    X(void, glShaderSource, (GLuint, GLsizei, const GLchar* const*, const GLint*))                           \
+    X(void, glTexImage2D, (GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*))      \
+    X(void, glTexParameteri, (GLenum, GLenum, GLint))                                                        \
+    X(void, glUniform4fv, (GLint, GLsizei, const GLfloat*))                                                  \
+    X(void, glUniform1f, (GLint, GLfloat))                                                                   \
+    X(void, glUniform1i, (GLint, GLint))                                                                     \
+    X(void, glUniform2f, (GLint, GLfloat, GLfloat))                                                          \
+    X(void, glUniform4f, (GLint, GLfloat, GLfloat, GLfloat, GLfloat))                                        \
+    X(void, glUseProgram, (GLuint))                                                                          \
+    X(void, glViewport, (GLint, GLint, GLsizei, GLsizei))                                                    \
+    X(GLboolean, glIsEnabled, (GLenum))                                                                      \
+    X(void, glScissor, (GLint, GLint, GLsizei, GLsizei))                                                     \
+    X(void, glGetIntegeri_v, (GLenum, GLuint, GLint*))                                                       \
+    X(void, glColorMaski, (GLuint, GLboolean, GLboolean, GLboolean, GLboolean))                              \
+    X(GLboolean, glIsEnabledi, (GLenum, GLuint))                                                             \
+    X(void, glEnablei, (GLenum, GLuint))                                                                     \
+    X(void, glDisablei, (GLenum, GLuint))                                                                    \
+    X(void, glBindBuffer, (GLenum, GLuint))                                                                  \
+    X(void, glBindSampler, (GLuint, GLuint))                                                                 \
+    X(void, glPixelStorei, (GLenum, GLint))                                                                  \
+    X(void, glPolygonMode, (GLenum, GLenum))                                                                 \
+    X(void, glTexSubImage2D, (GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*))   \
+    X(void, glReadPixels, (GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void*))                           \
+    X(const unsigned char*, glGetStringi, (GLenum, GLuint))
+
+#define VG_DECLARE_ENTRY(ret, name, args) ret(VG_APIENTRY* name##_) args = nullptr;
+VG_REQUIRED_ENTRY_POINTS(VG_DECLARE_ENTRY)
+#undef VG_DECLARE_ENTRY
+
+using BlendFuncIndexed = void(VG_APIENTRY*)(GLuint, GLenum, GLenum, GLenum, GLenum);
+using BlendEquationIndexed = void(VG_APIENTRY*)(GLuint, GLenum, GLenum);
+using DrawBuffers = void(VG_APIENTRY*)(GLsizei, const GLenum*);
+
+// ---- backend state ------------------------------------------------------------------------
+
+// Locations of the uniforms shared by the three material programs; -1 where a program lacks
+// the name, which makes the assignment a no-op.
+struct MaterialUniforms {
+    GLint rect, view, kind, extra, radius, ink, tex_rect, optics, material, pointer, corner_radii,
+        corner_handles, quality, highlight, shadow, clip_count, clip_rects, clip_radii, clip_handles,
+        clip_info;
+};
+
+constexpr int max_clips = 32;
+constexpr std::size_t error_capacity = 2048;
+
+bool opened = false;
+bool resources_ready = false;
+bool entry_points_resolved = false;
+char last_error[error_capacity] = "";
+
+GLuint vao = 0;
+GLuint program_bg = 0, program_blur = 0, program_glass = 0, program_shape = 0, program_text = 0;
+GLint bg_res = -1, bg_time = -1, bg_grid = -1, bg_palette = -1, bg_color = -1, bg_accent = -1;
+GLint bl_src = -1, bl_step = -1, bl_sigma = -1;
+MaterialUniforms ug{}, us{}, ut{};
+GLuint scene_tex = 0, scene_fbo = 0;
+GLuint blur_a_tex = 0, blur_a_fbo = 0, blur_b_tex = 0, blur_b_fbo = 0;
+int tex_w = 0, tex_h = 0;
+int blur_w = 0, blur_h = 0;
+BlendFuncIndexed blendFuncIndexed = nullptr;
+BlendEquationIndexed blendEquationIndexed = nullptr;
+
+// ---- errors and resolving -----------------------------------------------------------------
+
+void set_error(const char* text) {
+    std::size_t n = std::min(std::strlen(text), error_capacity - 1);
+    std::memcpy(last_error, text, n);
+    last_error[n] = '\0';
+}
+
+// Context resolvers of some drivers answer small sentinels instead of null for names they
+// do not know; those fall through to the library's own export.
+velmora::gpu::GlProc proc(const char* name) {
+    velmora::gpu::GlProc p = velmora::gpu::gl_context_proc(name);
+    auto bits = reinterpret_cast<std::intptr_t>(p);
+    if (bits != 0 && bits != 1 && bits != 2 && bits != 3 && bits != -1) return p;
+    return velmora::gpu::gl_library_proc(name);
+}
+
+template <typename F> F proc_as(const char* name) { return reinterpret_cast<F>(proc(name)); }
+
+// Copies a driver info log into last_error as it stands.
+template <typename Getter> void log_error(Getter get_log, GLuint object) {
+    char log[error_capacity];
+    GLsizei length = 0;
+    get_log(object, static_cast<GLsizei>(error_capacity), &length, log);
+    length = std::clamp(length, 0, static_cast<GLsizei>(error_capacity - 1));
+    log[length] = '\0';
+    set_error(log);
+}
+
+GLuint compile_shader(GLenum stage, const char* text) {
+    GLuint shader = glCreateShader_(stage);
+    glShaderSource_(shader, 1, &text, nullptr);
+    glCompileShader_(shader);
+    GLint ok = 0;
+    glGetShaderiv_(shader, GL_COMPILE_STATUS, &ok);
+    if (ok) return shader;
+    log_error(glGetShaderInfoLog_, shader);
+    glDeleteShader_(shader);
+    return 0;
+}
+
+GLuint make_program(const char* vertex, const char* fragment) {
+    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex);
+    if (!vs) return 0;
+    GLuint fs = compile_shader(GL_FRAGMENT_SHADER, fragment);
+    if (!fs) {
+        glDeleteShader_(vs);
+        return 0;
+    }
+    GLuint program = glCreateProgram_();
+    glAttachShader_(program, vs);
+    glAttachShader_(program, fs);
+    glLinkProgram_(program);
+    glDeleteShader_(vs);
+    glDeleteShader_(fs);
+    GLint ok = 0;
+    glGetProgramiv_(program, GL_LINK_STATUS, &ok);
+    if (ok) return program;
+    log_error(glGetProgramInfoLog_, program);
+    glDeleteProgram_(program);
+    return 0;
+}
+
+MaterialUniforms material_uniforms(GLuint program) {
+    auto at = [program](const char* name) { return glGetUniformLocation_(program, name); };
+    return {at("rect"),
+            at("view"),
+            at("kind"),
+            at("extra"),
+            at("radius"),
+            at("ink"),
+            at("texRect"),
+            at("optics"),
+            at("material"),
+            at("pointerv"),
+            at("cornerRadii"),
+            at("cornerHandles"),
+            at("quality"),
+            at("highlightColor"),
+            at("shadowColor"),
+            at("shapeClipCount"),
+            at("shapeClipRects[0]"),
+            at("shapeClipRadii[0]"),
+            at("shapeClipHandles[0]"),
+            at("shapeClipInfo[0]")};
+}
+
+bool has_extension(const char* name) {
+    GLint count = 0;
+    glGetIntegerv_(GL_NUM_EXTENSIONS, &count);
+    for (GLint i = 0; i < count; ++i) {
+        auto ext = reinterpret_cast<const char*>(glGetStringi_(GL_EXTENSIONS, static_cast<GLuint>(i)));
+        if (ext && std::strcmp(ext, name) == 0) return true;
+    }
+    return false;
+}
+
+void set_sampler(GLuint program, const char* name, GLint unit) {
+    glUseProgram_(program);
+    glUniform1i_(glGetUniformLocation_(program, name), unit);
+}
+
+// Per-draw-buffer blending is core from 4.0 and an extension before.
+void resolve_indexed_blending(GLint major) {
+    if (major <= 3 && !has_extension("GL_ARB_draw_buffers_blend")) return;
+    blendFuncIndexed = proc_as<BlendFuncIndexed>("glBlendFuncSeparatei");
+    blendEquationIndexed = proc_as<BlendEquationIndexed>("glBlendEquationSeparatei");
+    if (blendFuncIndexed && blendEquationIndexed) return;
+    blendFuncIndexed = proc_as<BlendFuncIndexed>("glBlendFuncSeparateiARB");
+    blendEquationIndexed = proc_as<BlendEquationIndexed>("glBlendEquationSeparateiARB");
+    if (!blendEquationIndexed) blendFuncIndexed = nullptr;
+}
+
+void delete_resources() {
+    if (!resources_ready) return;
+    GLuint fbos[] = {scene_fbo, blur_a_fbo, blur_b_fbo};
+    GLuint textures[] = {scene_tex, blur_a_tex, blur_b_tex};
+    glDeleteFramebuffers_(3, fbos);
+    glDeleteTextures_(3, textures);
+    for (GLuint program : {program_bg, program_blur, program_glass, program_shape, program_text})
+        glDeleteProgram_(program);
+    glDeleteVertexArrays_(1, &vao);
+    resources_ready = false;
+    scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
+    program_bg = program_blur = program_glass = program_shape = program_text = vao = 0;
+    tex_w = tex_h = 0;
+    blendFuncIndexed = nullptr;
+    blendEquationIndexed = nullptr;
+}
+
+// ---- host state ---------------------------------------------------------------------------
+
+constexpr GLenum saved_enables[] = {GL_DEPTH_TEST,
+                                    GL_STENCIL_TEST,
+                                    GL_CULL_FACE,
+                                    GL_SCISSOR_TEST,
+                                    GL_COLOR_LOGIC_OP,
+                                    GL_RASTERIZER_DISCARD,
+                                    GL_SAMPLE_ALPHA_TO_COVERAGE,
+                                    GL_SAMPLE_ALPHA_TO_ONE,
+                                    GL_SAMPLE_COVERAGE,
+                                    GL_SAMPLE_MASK,
+                                    GL_FRAMEBUFFER_SRGB};
+constexpr int enable_count = sizeof(saved_enables) / sizeof(saved_enables[0]);
+constexpr int scissor_flag = 3;
+constexpr int max_clip_distances = 32;
+
+// The host's state as a call found it; lives on the stack of each call.
+struct GlState {
+    GLint program, vertex_array, draw_framebuffer, read_framebuffer, active_unit, unpack_buffer;
+    GLint viewport[4], scissor[4];
+    GLint polygon_mode[2];
+    GLint color_mask[4];
+    GLint texture[2], sampler[2];
+    GLint blend[6]; // source rgb, destination rgb, source alpha, destination alpha, equation rgb, alpha
+    unsigned char enabled[enable_count];
+    unsigned char blend_enabled;
+    unsigned char alpha_test;
+    GLint compatibility;
+    unsigned char clip_distance[max_clip_distances];
+    GLint clip_distance_count;
+};
+
+constexpr GLenum blend_queries[6] = {GL_BLEND_SRC_RGB,   GL_BLEND_DST_RGB,      GL_BLEND_SRC_ALPHA,
+                                     GL_BLEND_DST_ALPHA, GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA};
+
+void save_state(GlState& s) {
+    glGetIntegerv_(GL_CURRENT_PROGRAM, &s.program);
+    glGetIntegerv_(GL_VERTEX_ARRAY_BINDING, &s.vertex_array);
+    glGetIntegerv_(GL_DRAW_FRAMEBUFFER_BINDING, &s.draw_framebuffer);
+    glGetIntegerv_(GL_READ_FRAMEBUFFER_BINDING, &s.read_framebuffer);
+    glGetIntegerv_(GL_ACTIVE_TEXTURE, &s.active_unit);
+    glGetIntegerv_(GL_PIXEL_UNPACK_BUFFER_BINDING, &s.unpack_buffer);
+    glGetIntegerv_(GL_VIEWPORT, s.viewport);
+    glGetIntegerv_(GL_SCISSOR_BOX, s.scissor);
+    // Some core drivers report a single value; both faces then share it.
+    s.polygon_mode[0] = s.polygon_mode[1] = -1;
+    glGetIntegerv_(GL_POLYGON_MODE, s.polygon_mode);
+    if (s.polygon_mode[1] == -1) s.polygon_mode[1] = s.polygon_mode[0];
+    glGetIntegeri_v_(GL_COLOR_WRITEMASK, 0, s.color_mask);
+    for (int i = 0; i < 6; ++i) {
+        if (blendFuncIndexed)
+            glGetIntegeri_v_(blend_queries[i], 0, &s.blend[i]);
+        else
+            glGetIntegerv_(blend_queries[i], &s.blend[i]);
+    }
+    for (int i = 0; i < enable_count; ++i) s.enabled[i] = glIsEnabled_(saved_enables[i]);
+    s.blend_enabled = glIsEnabledi_(GL_BLEND, 0);
+    glGetIntegerv_(GL_MAX_CLIP_DISTANCES, &s.clip_distance_count);
+    s.clip_distance_count = std::clamp(s.clip_distance_count, 0, max_clip_distances);
+    for (int i = 0; i < s.clip_distance_count; ++i)
+        s.clip_distance[i] = glIsEnabled_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
+    GLint profile = 0;
+    glGetIntegerv_(GL_CONTEXT_PROFILE_MASK, &profile);
+    s.compatibility = (profile & GL_CONTEXT_COMPATIBILITY_PROFILE_BIT) != 0;
+    s.alpha_test = s.compatibility ? glIsEnabled_(GL_ALPHA_TEST) : 0;
+    for (GLuint unit = 0; unit < 2; ++unit) {
+        glActiveTexture_(GL_TEXTURE0 + unit);
+        glGetIntegerv_(GL_TEXTURE_BINDING_2D, &s.texture[unit]);
+        glGetIntegerv_(GL_SAMPLER_BINDING, &s.sampler[unit]);
+    }
+    glActiveTexture_(static_cast<GLenum>(s.active_unit));
+}
+
+// Everything a draw depends on is set here or by snapshot, so no host setting leaks in.
+void prepare_state(const GlState& s) {
+    for (GLenum flag : saved_enables) glDisable_(flag);
+    glDisablei_(GL_BLEND, 0);
+    for (int i = 0; i < s.clip_distance_count; ++i) glDisable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
+    if (s.compatibility) glDisable_(GL_ALPHA_TEST);
+    glColorMaski_(0, 1, 1, 1, 1);
+    glPolygonMode_(GL_FRONT_AND_BACK, GL_FILL);
+    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
+    for (GLuint unit = 0; unit < 2; ++unit) glBindSampler_(unit, 0);
+    glBindVertexArray_(vao);
+}
+
+void set_enabled(GLenum flag, bool on) {
+    if (on)
+        glEnable_(flag);
+    else
+        glDisable_(flag);
+}
+
+void restore_state(const GlState& s) {
+    auto u = [](GLint v) { return static_cast<GLuint>(v); };
+    auto e = [](GLint v) { return static_cast<GLenum>(v); };
+    glUseProgram_(u(s.program));
+    glBindVertexArray_(u(s.vertex_array));
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, u(s.draw_framebuffer));
+    glBindFramebuffer_(GL_READ_FRAMEBUFFER, u(s.read_framebuffer));
+    glViewport_(s.viewport[0], s.viewport[1], s.viewport[2], s.viewport[3]);
+    glScissor_(s.scissor[0], s.scissor[1], s.scissor[2], s.scissor[3]);
+    if (s.polygon_mode[0] == s.polygon_mode[1]) {
+        glPolygonMode_(GL_FRONT_AND_BACK, e(s.polygon_mode[0]));
+    } else {
+        glPolygonMode_(GL_FRONT, e(s.polygon_mode[0]));
+        glPolygonMode_(GL_BACK, e(s.polygon_mode[1]));
+    }
+    glColorMaski_(0, s.color_mask[0] != 0, s.color_mask[1] != 0, s.color_mask[2] != 0, s.color_mask[3] != 0);
+    if (blendFuncIndexed) {
+        blendFuncIndexed(0, e(s.blend[0]), e(s.blend[1]), e(s.blend[2]), e(s.blend[3]));
+        blendEquationIndexed(0, e(s.blend[4]), e(s.blend[5]));
+    } else {
+        glBlendFuncSeparate_(e(s.blend[0]), e(s.blend[1]), e(s.blend[2]), e(s.blend[3]));
+        glBlendEquationSeparate_(e(s.blend[4]), e(s.blend[5]));
+    }
+    if (s.blend_enabled)
+        glEnablei_(GL_BLEND, 0);
+    else
+        glDisablei_(GL_BLEND, 0);
+    for (int i = 0; i < enable_count; ++i) set_enabled(saved_enables[i], s.enabled[i]);
+    for (int i = 0; i < s.clip_distance_count; ++i)
+        set_enabled(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i), s.clip_distance[i]);
+    if (s.compatibility) set_enabled(GL_ALPHA_TEST, s.alpha_test);
+    for (GLuint unit = 0; unit < 2; ++unit) {
+        glActiveTexture_(GL_TEXTURE0 + unit);
+        glBindTexture_(GL_TEXTURE_2D, u(s.texture[unit]));
+        glBindSampler_(unit, u(s.sampler[unit]));
+    }
+    glActiveTexture_(e(s.active_unit));
+    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, u(s.unpack_buffer));
+}
+
+// ---- frozen scene -------------------------------------------------------------------------
+
+// Defines the storage of one colour target and attaches it; false when incomplete.
+bool define_target(GLuint texture, GLuint framebuffer, int width, int height) {
+    glBindTexture_(GL_TEXTURE_2D, texture);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glTexImage2D_(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    glBindFramebuffer_(GL_FRAMEBUFFER, framebuffer);
+    glFramebufferTexture2D_(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+    glDrawBuffer_(GL_COLOR_ATTACHMENT0);
+    return glCheckFramebufferStatus_(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+}
+
+bool resize_textures(int width, int height) {
+    if (width == tex_w && height == tex_h) return true;
+    GLint max_size = 0;
+    glGetIntegerv_(GL_MAX_TEXTURE_SIZE, &max_size);
+    if (width > max_size || height > max_size) {
+        set_error("Framebuffer exceeds GL_MAX_TEXTURE_SIZE");
+        return false;
+    }
+    glActiveTexture_(GL_TEXTURE0);
+    // An odd size rounds the half size up.
+    int half_w = (width + 1) / 2, half_h = (height + 1) / 2;
+    if (!define_target(scene_tex, scene_fbo, width, height) ||
+        !define_target(blur_a_tex, blur_a_fbo, half_w, half_h) ||
+        !define_target(blur_b_tex, blur_b_fbo, half_w, half_h)) {
+        set_error("Internal LiquidGlass framebuffer is incomplete.");
+        return false;
+    }
+    tex_w = width;
+    tex_h = height;
+    blur_w = half_w;
+    blur_h = half_h;
+    return true;
+}
+
+void enable_premultiplied_blending() {
+    glEnablei_(GL_BLEND, 0);
+    if (blendFuncIndexed) {
+        blendFuncIndexed(0, GL_ONE, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+        blendEquationIndexed(0, GL_FUNC_ADD, GL_FUNC_ADD);
+    } else {
+        glBlendFuncSeparate_(GL_ONE, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+        glBlendEquationSeparate_(GL_FUNC_ADD, GL_FUNC_ADD);
+    }
+}
+
+void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float texel_sigma) {
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, target);
+    glViewport_(0, 0, blur_w, blur_h);
+    glActiveTexture_(GL_TEXTURE0);
+    glBindTexture_(GL_TEXTURE_2D, source);
+    glUseProgram_(program_blur);
+    glUniform2f_(bl_step, step_x, step_y);
+    glUniform1f_(bl_sigma, texel_sigma);
+    glDrawArrays_(GL_TRIANGLES, 0, 3);
+}
+
+// Freezes the target into scene_tex and, with sigma on, a half-size blurred copy; returns
+// the texture glass reads as its blurred scene. Leaves the target bound for drawing with
+// premultiplied blending.
+GLuint snapshot(GLuint framebuffer, GLenum buffer, int width, int height, float sigma) {
+    glDisable_(GL_SCISSOR_TEST);
+    glDisablei_(GL_BLEND, 0);
+    glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
+    glReadBuffer_(buffer);
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, scene_fbo);
+    glBlitFramebuffer_(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    GLuint result = scene_tex;
+    if (sigma > .01f) {
+        glBindFramebuffer_(GL_READ_FRAMEBUFFER, scene_fbo);
+        glReadBuffer_(GL_COLOR_ATTACHMENT0);
+        glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, blur_a_fbo);
+        glBlitFramebuffer_(0, 0, width, height, 0, 0, blur_w, blur_h, GL_COLOR_BUFFER_BIT, GL_LINEAR);
+        auto bw = static_cast<float>(blur_w), bh = static_cast<float>(blur_h);
+        blur_pass(blur_b_fbo, blur_a_tex, 1.0f / bw, 0.0f, sigma * bw / static_cast<float>(width));
+        blur_pass(blur_a_fbo, blur_b_tex, 0.0f, 1.0f / bh, sigma * bh / static_cast<float>(height));
+        result = blur_a_tex;
+    }
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
+    glDrawBuffer_(buffer);
+    glViewport_(0, 0, width, height);
+    enable_premultiplied_blending();
+    return result;
+}
+
+} // namespace
+
+// ---- device -------------------------------------------------------------------------------
+
+int vg_open(const char* const* shaders) {
+    last_error[0] = '\0';
+    if (opened) {
+        set_error("Only one VelmoraUI renderer per process.");
+        return 0;
+    }
+    if (!shaders) {
+        set_error("Invalid shader table");
+        return 0;
+    }
+    if (!velmora::gpu::gl_library_load()) {
+        set_error("Cannot load system OpenGL library.");
+        return 0;
+    }
+    auto fail = [](const char* message) {
+        if (message) set_error(message);
+        velmora::gpu::gl_library_free();
+        return 0;
+    };
+
+    char missing[128];
+#define VG_RESOLVE_ENTRY(ret, name, args)                                                                    \
+    name##_ = proc_as<ret(VG_APIENTRY*) args>(#name);                                                        \
+    if (!name##_) {                                                                                          \
+        std::strcpy(missing, "Missing OpenGL entry point: " #name);                                          \
+        return fail(missing);                                                                                \
+    }
+    VG_REQUIRED_ENTRY_POINTS(VG_RESOLVE_ENTRY)
+#undef VG_RESOLVE_ENTRY
+    entry_points_resolved = true;
+
+    GLint major = 0, minor = 0;
+    glGetIntegerv_(GL_MAJOR_VERSION, &major);
+    glGetIntegerv_(GL_MINOR_VERSION, &minor);
+    if (major < 3 || (major == 3 && minor < 3))
+        return fail(
+            "The active driver exposes less than OpenGL 3.3. Update the GPU driver or use a machine with "
+            "desktop OpenGL 3.3+.");
+
+    GlState host;
+    save_state(host);
+    resources_ready = true;
+    glGenVertexArrays_(1, &vao);
+
+    const char* fullscreen = shaders[0];
+    const char* rect = shaders[3];
+    // All five are built even after a failure; last_error keeps the last log.
+    program_bg = make_program(fullscreen, shaders[1]);
+    program_blur = make_program(fullscreen, shaders[2]);
+    program_glass = make_program(rect, shaders[4]);
+    program_shape = make_program(rect, shaders[5]);
+    program_text = make_program(rect, shaders[6]);
+    if (!program_bg || !program_blur || !program_glass || !program_shape || !program_text) {
+        restore_state(host);
+        delete_resources();
+        return fail(nullptr);
+    }
+
+    auto at = [](GLuint program, const char* name) { return glGetUniformLocation_(program, name); };
+    bg_res = at(program_bg, "res");
+    bg_time = at(program_bg, "time");
+    bg_grid = at(program_bg, "grid");
+    bg_palette = at(program_bg, "palette");
+    bg_color = at(program_bg, "backgroundColor");
+    bg_accent = at(program_bg, "backgroundAccent");
+    bl_src = at(program_blur, "src");
+    bl_step = at(program_blur, "stepv");
+    bl_sigma = at(program_blur, "sigma");
+    ug = material_uniforms(program_glass);
+    us = material_uniforms(program_shape);
+    ut = material_uniforms(program_text);
+
+    set_sampler(program_blur, "src", 0);
+    set_sampler(program_glass, "sharpTex", 0);
+    set_sampler(program_glass, "blurTex", 1);
+    set_sampler(program_text, "atlas", 0);
+
+    GLuint textures[3], fbos[3];
+    glGenTextures_(3, textures);
+    glGenFramebuffers_(3, fbos);
+    scene_tex = textures[0];
+    blur_a_tex = textures[1];
+    blur_b_tex = textures[2];
+    scene_fbo = fbos[0];
+    blur_a_fbo = fbos[1];
+    blur_b_fbo = fbos[2];
+
+    resolve_indexed_blending(major);
+
+    restore_state(host);
+    opened = true;
+    return 1;
+}
+
+void vg_close() {
+    delete_resources();
+    opened = false;
+    velmora::gpu::gl_library_free();
+}
+
+const char* vg_device() {
+    if (!opened) return "not initialized";
+    auto text = reinterpret_cast<const char*>(glGetString_(GL_RENDERER));
+    return text ? text : "";
+}
+
+const char* vg_error() { return last_error; }
+
+void vg_clear_error() { last_error[0] = '\0'; }
+
+unsigned vg_gl_error() { return opened ? glGetError_() : 0u; }
+
+// ---- frame submission ---------------------------------------------------------------------
+
+namespace {
+
+// The shaped clip stack of one frame, uploaded lazily per program.
+struct ClipStack {
+    float rects[max_clips * 4];
+    float radii[max_clips * 4];
+    float handles[max_clips * 4];
+    float info[max_clips * 4];
+    int depth = 0;
+};
+
+void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
+
+bool clips_balanced(const float* commands, int count) {
+    int depth = 0;
+    for (int i = 0; i < count; ++i) {
+        int kind = static_cast<int>(commands[static_cast<std::size_t>(i) * 64]);
+        if (kind == 11) {
+            if (depth < 1) {
+                set_error("Unbalanced shaped clip pop");
+                return false;
+            }
+            --depth;
+        } else if (kind == 10) {
+            if (depth == max_clips) {
+                set_error("Shaped clip depth exceeds 32");
+                return false;
+            }
+            ++depth;
+        }
+    }
+    if (depth != 0) {
+        set_error("Unbalanced shaped clip pushes");
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void vg_submit(const float* commands, std::size_t float_count, int command_count, unsigned framebuffer,
+               unsigned buffer, int width, int height, float logical_width, float logical_height, float sigma,
+               float pointer_x, float pointer_y) {
+    if (!opened) {
+        set_error("Renderer is not initialized");
+        return;
+    }
+    // Written as negated ranges so that NaN fails too.
+    if (!commands || command_count < 0 || float_count < static_cast<std::size_t>(command_count) * 64 ||
+        width < 1 || height < 1 || !(logical_width > 0) || !(logical_height > 0) ||
+        !(sigma >= 0 && sigma <= 32)) {
+        set_error("Invalid draw buffer or framebuffer parameters");
+        return;
+    }
+    if (!clips_balanced(commands, command_count)) return;
+
+    GlState host;
+    save_state(host);
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
+    GLint samples = 0;
+    glGetIntegerv_(GL_SAMPLE_BUFFERS, &samples);
+    if (samples > 0) {
+        restore_state(host);
+        set_error("Resolve MSAA to a single-sample framebuffer before drawing UI");
+        return;
+    }
+    glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
+    GLint read_buffer = 0, draw_buffer_count = 0;
+    GLenum draw_buffers[32];
+    glGetIntegerv_(GL_READ_BUFFER, &read_buffer);
+    glGetIntegerv_(GL_MAX_DRAW_BUFFERS, &draw_buffer_count);
+    if (draw_buffer_count > 32) {
+        restore_state(host);
+        set_error("More than 32 draw buffers is not supported");
+        return;
+    }
+    for (GLint i = 0; i < draw_buffer_count; ++i) {
+        GLint value = 0;
+        glGetIntegerv_(GL_DRAW_BUFFER0 + static_cast<GLenum>(i), &value);
+        draw_buffers[i] = static_cast<GLenum>(value);
+    }
+    prepare_state(host);
+    if (!resize_textures(width, height)) {
+        restore_state(host);
+        return;
+    }
+    GLuint blurred = snapshot(framebuffer, buffer, width, height, sigma);
+
+    const float fw = static_cast<float>(width), fh = static_cast<float>(height);
+    const float sx = fw / logical_width, sy = fh / logical_height;
+    // The host's scissor box in y-down pixels, applied on top of each command's clip.
+    const bool host_scissor = host.enabled[scissor_flag] != 0;
+    const float host_left = static_cast<float>(host.scissor[0]);
+    const float host_right = static_cast<float>(host.scissor[0] + host.scissor[2]);
+    const float host_top = fh - static_cast<float>(host.scissor[1] + host.scissor[3]);
+    const float host_bottom = fh - static_cast<float>(host.scissor[1]);
+    const GLuint programs[3] = {program_glass, program_shape, program_text};
+    const MaterialUniforms* tables[3] = {&ug, &us, &ut};
+
+    ClipStack clips;
+    unsigned generation = 1;
+    unsigned uploaded[3] = {0, 0, 0};
+    GLuint current = 0;
+
+    for (int i = 0; i < command_count; ++i) {
+        const float* c = commands + static_cast<std::size_t>(i) * 64;
+        const int kind = static_cast<int>(c[0]);
+        if (kind == 9) {
+            blurred = snapshot(framebuffer, buffer, width, height, sigma);
+            current = 0;
+            continue;
+        }
+        if (kind == 10) {
+            float* at[4] = {clips.rects + clips.depth * 4, clips.radii + clips.depth * 4,
+                            clips.handles + clips.depth * 4, clips.info + clips.depth * 4};
+            std::memcpy(at[0], c + 1, 4 * sizeof(float));
+            std::memcpy(at[1], c + 28, 4 * sizeof(float));
+            std::memcpy(at[2], c + 32, 4 * sizeof(float));
+            at[3][0] = c[44];
+            at[3][1] = c[27];
+            at[3][2] = at[3][3] = 0;
+            ++clips.depth;
+            ++generation;
+            continue;
+        }
+        if (kind == 11) {
+            --clips.depth;
+            ++generation;
+            continue;
+        }
+
+        float left = std::max(c[18] * sx, 0.0f);
+        float right = std::min((c[18] + c[20]) * sx, fw);
+        float top = std::max(c[19] * sy, 0.0f);
+        float bottom = std::min((c[19] + c[21]) * sy, fh);
+        if (host_scissor) {
+            left = std::max(left, host_left);
+            right = std::min(right, host_right);
+            top = std::max(top, host_top);
+            bottom = std::min(bottom, host_bottom);
+        }
+        if (right <= left || bottom <= top || c[9] <= 0) continue;
+        glEnable_(GL_SCISSOR_TEST);
+        // Truncating the low edges and rounding up the high ones keeps every touched pixel.
+        const int x = static_cast<int>(left);
+        const int y = static_cast<int>(fh - bottom);
+        glScissor_(x, y, static_cast<int>(right + .999f) - x, static_cast<int>((fh - top) + .999f) - y);
+
+        const int slot = kind == 0 ? 0 : kind == 2 ? 2 : 1;
+        const MaterialUniforms& u = *tables[slot];
+        if (programs[slot] != current) {
+            current = programs[slot];
+            glUseProgram_(current);
+            glUniform2f_(u.view, logical_width, logical_height);
+        }
+        if (uploaded[slot] != generation) {
+            glUniform1i_(u.clip_count, clips.depth);
+            if (clips.depth != 0) {
+                glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
+                glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
+                glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
+                glUniform4fv_(u.clip_info, clips.depth, clips.info);
+            }
+            uploaded[slot] = generation;
+        }
+        set4(u.rect, c + 1);
+        glUniform1i_(u.kind, kind);
+        glUniform4f_(u.extra, c[10], c[11], c[12], 0);
+        set4(u.ink, c + 6);
+        glUniform1f_(u.radius, c[5]);
+        set4(u.corner_radii, c + 28);
+        set4(u.corner_handles, c + 32);
+        glUniform4f_(u.quality, c[27], c[44], c[45], 0);
+        if (kind == 0) {
+            glActiveTexture_(GL_TEXTURE0);
+            glBindTexture_(GL_TEXTURE_2D, scene_tex);
+            glActiveTexture_(GL_TEXTURE0 + 1);
+            glBindTexture_(GL_TEXTURE_2D, blurred);
+            glUniform4f_(u.optics, c[23], c[26], sigma > .01f ? c[22] : 0.0f, c[5]);
+            glUniform4f_(u.material, c[25], c[24], 0, 0);
+            glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
+            set4(u.highlight, c + 36);
+            set4(u.shadow, c + 40);
+        } else if (kind == 2) {
+            GLuint texture = 0;
+            std::memcpy(&texture, c + 17, sizeof texture);
+            glActiveTexture_(GL_TEXTURE0);
+            glBindTexture_(GL_TEXTURE_2D, texture);
+            set4(u.tex_rect, c + 13);
+        }
+        glDrawArrays_(GL_TRIANGLES, 0, 6);
+    }
+
+    glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
+    glReadBuffer_(static_cast<GLenum>(read_buffer));
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
+    if (framebuffer == 0) {
+        glDrawBuffer_(draw_buffers[0]);
+    } else if (auto set_draw_buffers = proc_as<DrawBuffers>("glDrawBuffers")) {
+        set_draw_buffers(draw_buffer_count, draw_buffers);
+    }
+    restore_state(host);
+}
+
+// ---- textures and read-back ---------------------------------------------------------------
+
+void vg_background(int width, int height, float time, int grid, int palette, unsigned color,
+                   unsigned accent) {
+    if (!opened) return;
+    GlState host;
+    save_state(host);
+    prepare_state(host);
+    glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, 0);
+    glDrawBuffer_(GL_BACK);
+    glViewport_(0, 0, width, height);
+    glUseProgram_(program_bg);
+    glUniform2f_(bg_res, static_cast<float>(width), static_cast<float>(height));
+    glUniform1f_(bg_time, time);
+    glUniform1f_(bg_grid, grid != 0 ? 1.0f : 0.0f);
+    glUniform1f_(bg_palette, palette != 0 ? 1.0f : 0.0f);
+    // The packed alpha is ignored: the background is always opaque.
+    auto channel = [](unsigned packed, int shift) {
+        return static_cast<float>((packed >> shift) & 0xFFu) / 255.0f;
+    };
+    glUniform4f_(bg_color, channel(color, 16), channel(color, 8), channel(color, 0), 1);
+    glUniform4f_(bg_accent, channel(accent, 16), channel(accent, 8), channel(accent, 0), 1);
+    glDrawArrays_(GL_TRIANGLES, 0, 3);
+    restore_state(host);
+}
+
+unsigned vg_texture(int width, int height) {
+    if (width < 1 || height < 1 || !opened) {
+        set_error("Invalid texture creation");
+        return 0;
+    }
+    GLint active = 0, bound = 0, unpack = 0;
+    glGetIntegerv_(GL_ACTIVE_TEXTURE, &active);
+    glActiveTexture_(GL_TEXTURE0);
+    glGetIntegerv_(GL_TEXTURE_BINDING_2D, &bound);
+    glGetIntegerv_(GL_PIXEL_UNPACK_BUFFER_BINDING, &unpack);
+    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
+    GLuint texture = 0;
+    glGenTextures_(1, &texture);
+    glBindTexture_(GL_TEXTURE_2D, texture);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glTexImage2D_(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    glBindTexture_(GL_TEXTURE_2D, static_cast<GLuint>(bound));
+    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(unpack));
+    glActiveTexture_(static_cast<GLenum>(active));
+    return texture;
+}
+
+namespace {
+
+// Pixel store settings of one direction (pack or unpack), saved, zeroed and put back.
+struct PixelStore {
+    GLenum names[4];
+    GLint values[4];
+
+    void save() {
+        for (int i = 0; i < 4; ++i) glGetIntegerv_(names[i], &values[i]);
+    }
+    // Tightly packed rows: alignment 1, no row length, no skips.
+    void tighten() const {
+        glPixelStorei_(names[0], 1);
+        for (int i = 1; i < 4; ++i) glPixelStorei_(names[i], 0);
+    }
+    void restore() const {
+        for (int i = 0; i < 4; ++i) glPixelStorei_(names[i], values[i]);
+    }
+};
+
+bool buffer_holds(int width, int height, const void* pixels, std::size_t size) {
+    return width >= 1 && height >= 1 && pixels &&
+           size >= static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+}
+
+} // namespace
+
+void vg_upload(unsigned texture, int x, int y, int width, int height, const void* pixels, std::size_t size) {
+    if (!buffer_holds(width, height, pixels, size)) {
+        set_error("Invalid texture upload buffer");
+        return;
+    }
+    // Works on a closed device too, but never before the entry points were first resolved.
+    if (!entry_points_resolved) {
+        set_error("Renderer is not initialized");
+        return;
+    }
+    GLint active = 0, bound = 0, unpack = 0;
+    PixelStore store{{GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS},
+                     {}};
+    glGetIntegerv_(GL_ACTIVE_TEXTURE, &active);
+    glActiveTexture_(GL_TEXTURE0);
+    glGetIntegerv_(GL_TEXTURE_BINDING_2D, &bound);
+    glGetIntegerv_(GL_PIXEL_UNPACK_BUFFER_BINDING, &unpack);
+    store.save();
+    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
+    store.tighten();
+    glBindTexture_(GL_TEXTURE_2D, texture);
+    glTexSubImage2D_(GL_TEXTURE_2D, 0, x, y, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels);
+    store.restore();
+    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(unpack));
+    glBindTexture_(GL_TEXTURE_2D, static_cast<GLuint>(bound));
+    glActiveTexture_(static_cast<GLenum>(active));
+}
+
+void vg_delete_texture(unsigned texture) {
+    if (entry_points_resolved) glDeleteTextures_(1, &texture);
+}
+
+void vg_read_pixels(int width, int height, void* pixels, std::size_t size) {
+    if (!buffer_holds(width, height, pixels, size)) {
+        set_error("Screenshot buffer is too small");
+        return;
+    }
+    if (!entry_points_resolved) {
+        set_error("Renderer is not initialized");
+        return;
+    }
+    GLint read_framebuffer = 0, pack = 0, read_buffer = 0;
+    PixelStore store{{GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS}, {}};
+    glGetIntegerv_(GL_READ_FRAMEBUFFER_BINDING, &read_framebuffer);
+    glGetIntegerv_(GL_PIXEL_PACK_BUFFER_BINDING, &pack);
+    store.save();
+    glBindFramebuffer_(GL_READ_FRAMEBUFFER, 0);
+    glGetIntegerv_(GL_READ_BUFFER, &read_buffer);
+    glReadBuffer_(GL_BACK);
+    glBindBuffer_(GL_PIXEL_PACK_BUFFER, 0);
+    store.tighten();
+    glReadPixels_(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels);
+    store.restore();
+    glBindBuffer_(GL_PIXEL_PACK_BUFFER, static_cast<GLuint>(pack));
+    glReadBuffer_(static_cast<GLenum>(read_buffer));
+    glBindFramebuffer_(GL_READ_FRAMEBUFFER, static_cast<GLuint>(read_framebuffer));
+}
