@@ -46,7 +46,15 @@ protected:
     void SetUp() override {
         vg_clear_error();
         clear(0xFF000000u);
-        canvas.begin(size, size, ui::Theme{});
+        canvas.begin(size, size, analytic());
+    }
+
+    // The default theme with analytic coverage, whose edges fall exactly on pixel boundaries:
+    // a pixel centre half a unit inside is fully covered, half a unit outside not at all.
+    static ui::Theme analytic() {
+        ui::Theme theme;
+        theme.antialiasing = 1;
+        return theme;
     }
 
     // Fills the back buffer with a packed colour.
