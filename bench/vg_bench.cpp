@@ -1,0 +1,79 @@
+// Costs of the GPU backend: the processor time vg_submit spends per command, and the frame
+// time of a full-screen glass surface with and without blur.
+#include "gl_context.hpp"
+#include "velmora/core/canvas.hpp"
+#include "velmora/gpu/vg.hpp"
+
+#include <benchmark/benchmark.h>
+#include <stdexcept>
+
+namespace {
+
+using velmora::test::GlTestContext;
+namespace ui = velmora::ui;
+
+// A context with the backend open on it, for the length of one benchmark run.
+struct Device {
+    GlTestContext context;
+    Device(int width, int height) : context(width, height) {
+        vg_clear_error();
+        if (!vg_open(velmora_shaders)) throw std::runtime_error(vg_error());
+    }
+    ~Device() { vg_close(); }
+
+    void submit(const ui::Canvas& canvas, float sigma) const {
+        const auto& commands = canvas.commands();
+        vg_submit(commands.front().slot, commands.size() * 64, static_cast<int>(commands.size()), 0,
+                  vg_back_buffer, context.width(), context.height(), canvas.width(), canvas.height(), sigma,
+                  100, 100);
+    }
+};
+
+// Small boxes in a grid, with a shaped clip every 64 commands, so the per-command work
+// (scissor, uniforms, one draw) dominates and the rasteriser has little to do.
+void BM_SubmitPerCommand(benchmark::State& state) {
+    Device device(256, 256);
+    ui::Canvas canvas;
+    canvas.begin(256, 256, ui::Theme{});
+    const auto count = static_cast<int>(state.range(0));
+    for (int i = 0; i < count; ++i) {
+        float x = static_cast<float>(i % 120) * 2, y = static_cast<float>(i / 120 % 120) * 2;
+        if (i % 64 == 0) canvas.push_clip({x, y, 40, 40}, 6);
+        canvas.fill({x, y, 2, 2}, 0xFF80C0FFu, 1);
+        if (i % 64 == 63 || i == count - 1) canvas.pop_clip();
+    }
+    for (auto _ : state) {
+        device.submit(canvas, 0);
+        state.PauseTiming();
+        device.context.finish();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(canvas.commands().size()));
+}
+BENCHMARK(BM_SubmitPerCommand)->Arg(1000)->Arg(4000)->Unit(benchmark::kMicrosecond);
+
+// One full-screen glass surface on the background, waited for until the GPU is done.
+void BM_GlassFrame(benchmark::State& state) {
+    const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
+    const auto sigma = static_cast<float>(state.range(2));
+    Device device(width, height);
+    ui::Canvas canvas;
+    canvas.begin(1280, 800, ui::Theme{});
+    canvas.glass({0, 0, 1280, 800}, ui::Theme{}, 18);
+    for (auto _ : state) {
+        vg_background(width, height, 1, 1, 0, 0xFF151515u, 0xFF434343u);
+        device.submit(canvas, sigma);
+        device.context.finish();
+    }
+}
+BENCHMARK(BM_GlassFrame)
+    ->Args({1280, 800, 0})
+    ->Args({1280, 800, 18})
+    ->Args({1920, 1200, 0})
+    ->Args({1920, 1200, 18})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+} // namespace
+
+BENCHMARK_MAIN();
