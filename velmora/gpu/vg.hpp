@@ -50,8 +50,7 @@ extern const char* const velmora_shaders[vg_shader_count];
 // the five programs and the internal objects. `shaders` points at seven texts in the order of
 // velmora_shaders. Returns 1, or 0 with the reason in vg_error; a second vg_open while open
 // fails and leaves the open device untouched. A failure leaves nothing loaded or created.
-// Needs: a current context. GL state: the saved state is restored; the texture bindings made
-// while creating objects are among it.
+// Needs: a current context. GL state: the saved state is restored.
 int vg_open(const char* const* shaders);
 
 // Deletes every object the backend made and unloads the library. Safe when nothing is open.
