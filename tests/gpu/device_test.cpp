@@ -42,6 +42,13 @@ TEST(GpuOpen, SyntaxErrorReportsTheDriverLogAndLeavesNothingOpen) {
     ASSERT_EQ(vg_open(velmora_shaders), 1) << vg_error();
     EXPECT_STREQ(vg_error(), "");
     vg_close();
+
+    // A log longer than the error text is cut, not overrun.
+    std::string many = "#version 330 core\nout vec4 color;\nvoid main() {\n";
+    for (int i = 0; i < 400; ++i) many += "undeclared" + std::to_string(i) + " = 1.0;\n";
+    texts[5] = (many += "}\n").c_str();
+    EXPECT_EQ(vg_open(texts), 0);
+    EXPECT_EQ(std::string(vg_error()).size(), 2047u);
 }
 
 TEST_F(GpuTest, SecondOpenFailsAndLeavesTheFirstWorking) {

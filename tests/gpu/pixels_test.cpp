@@ -54,6 +54,27 @@ TEST_F(PixelTest, FilledRoundedBoxCoversItsBodyButNotItsCorners) {
     EXPECT_NEAR(image.at(15, 64)[0] + image.at(16, 64)[0], 255, 2);
 }
 
+// With the longest handle the cubic corner runs much closer to the box's corner than a
+// circular arc of the same radius: at t = .5 it passes 3 units in from both sides.
+TEST_F(PixelTest, CubicCornersFollowTheHandleCircularOnesDoNot) {
+    auto corner = [&](bool cubic) {
+        clear(0xFF000000u);
+        ui::Theme theme = analytic();
+        theme.cubic_corners = cubic;
+        theme.corner_smoothing = 1;
+        canvas.begin(size, size, theme);
+        canvas.fill({16, 16, 96, 96}, 0xFFFF0000u, 24);
+        submit();
+        return read();
+    };
+    Image cubic = corner(true);
+    Image circle = corner(false);
+    EXPECT_TRUE(near(cubic.at(20, 20), red));
+    EXPECT_TRUE(near(circle.at(20, 20), black));
+    EXPECT_TRUE(near(circle.at(24, 24), red));
+    EXPECT_TRUE(near(cubic.at(17, 17), black)); // the corner point itself stays cut
+}
+
 TEST_F(PixelTest, ScaleMapsLogicalUnitsOntoPixels) {
     canvas.begin(64, 64, analytic());
     canvas.fill({16, 0, 16, 64}, 0xFFFF0000u, 0);
@@ -234,6 +255,22 @@ TEST_F(PixelTest, RefractionBendsTheRimAndLeavesTheBody) {
     // Without refraction, clear glass shows the scene behind it as it was.
     EXPECT_TRUE(near(flat.at(20, 64), Rgba{255, 255, 255, 255}, 1));
     EXPECT_TRUE(near(flat.at(23, 64), black, 1));
+}
+
+// Glass sees the scene frozen at the start of the frame or at the latest backdrop command,
+// never what was drawn after it.
+TEST_F(PixelTest, GlassSeesTheSceneAsOfTheLatestBackdrop) {
+    auto body = [&](bool backdrop) {
+        clear(0xFF000000u);
+        canvas.begin(size, size, analytic());
+        canvas.fill({0, 0, size, size}, 0xFFFFFFFFu, 0);
+        if (backdrop) canvas.backdrop();
+        canvas.glass({32, 32, 64, 64}, clear_glass(0), 12);
+        submit();
+        return read().at(64, 64);
+    };
+    EXPECT_TRUE(near(body(false), black, 1));
+    EXPECT_TRUE(near(body(true), white, 1));
 }
 
 TEST_F(PixelTest, BlurredGlassAveragesTheStripes) {

@@ -214,7 +214,8 @@ constexpr std::size_t error_capacity = 2048;
 
 bool opened = false;
 bool resources_ready = false;
-bool entry_points_resolved = false;
+// True while the resolved pointers point into a loaded library.
+bool entry_points_live = false;
 char last_error[error_capacity] = "";
 
 GLuint vao = 0;
@@ -340,6 +341,11 @@ void resolve_indexed_blending(GLint major) {
     blendFuncIndexed = proc_as<BlendFuncIndexed>("glBlendFuncSeparateiARB");
     blendEquationIndexed = proc_as<BlendEquationIndexed>("glBlendEquationSeparateiARB");
     if (!blendEquationIndexed) blendFuncIndexed = nullptr;
+}
+
+void unload_library() {
+    velmora::gpu::gl_library_free();
+    entry_points_live = false;
 }
 
 void delete_resources() {
@@ -603,7 +609,7 @@ int vg_open(const char* const* shaders) {
     }
     auto fail = [](const char* message) {
         if (message) set_error(message);
-        velmora::gpu::gl_library_free();
+        unload_library();
         return 0;
     };
 
@@ -616,7 +622,7 @@ int vg_open(const char* const* shaders) {
     }
     VG_REQUIRED_ENTRY_POINTS(VG_RESOLVE_ENTRY)
 #undef VG_RESOLVE_ENTRY
-    entry_points_resolved = true;
+    entry_points_live = true;
 
     GLint major = 0, minor = 0;
     glGetIntegerv_(GL_MAJOR_VERSION, &major);
@@ -659,7 +665,8 @@ int vg_open(const char* const* shaders) {
     us = material_uniforms(program_shape);
     ut = material_uniforms(program_text);
 
-    set_sampler(program_blur, "src", 0);
+    glUseProgram_(program_blur);
+    glUniform1i_(bl_src, 0);
     set_sampler(program_glass, "sharpTex", 0);
     set_sampler(program_glass, "blurTex", 1);
     set_sampler(program_text, "atlas", 0);
@@ -684,7 +691,7 @@ int vg_open(const char* const* shaders) {
 void vg_close() {
     delete_resources();
     opened = false;
-    velmora::gpu::gl_library_free();
+    unload_library();
 }
 
 const char* vg_device() {
@@ -988,8 +995,8 @@ void vg_upload(unsigned texture, int x, int y, int width, int height, const void
         set_error("Invalid texture upload buffer");
         return;
     }
-    // Works on a closed device too, but never before the entry points were first resolved.
-    if (!entry_points_resolved) {
+    // The open device is not required, only entry points into a loaded library.
+    if (!entry_points_live) {
         set_error("Renderer is not initialized");
         return;
     }
@@ -1012,7 +1019,7 @@ void vg_upload(unsigned texture, int x, int y, int width, int height, const void
 }
 
 void vg_delete_texture(unsigned texture) {
-    if (entry_points_resolved) glDeleteTextures_(1, &texture);
+    if (entry_points_live) glDeleteTextures_(1, &texture);
 }
 
 void vg_read_pixels(int width, int height, void* pixels, std::size_t size) {
@@ -1020,7 +1027,7 @@ void vg_read_pixels(int width, int height, void* pixels, std::size_t size) {
         set_error("Screenshot buffer is too small");
         return;
     }
-    if (!entry_points_resolved) {
+    if (!entry_points_live) {
         set_error("Renderer is not initialized");
         return;
     }
