@@ -7,3 +7,5 @@
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/core/utf8.hpp"
+
+#include "velmora/gpu/vg.hpp"
