@@ -1,0 +1,130 @@
+// Input: everything the user did during one Window::poll, condensed into one plain record.
+//
+// Keys are identified by Windows virtual-key codes on every platform, so widgets, key
+// bindings and tests share one vocabulary; the platform layer translates its own key
+// symbols into these. `vk` names the codes the toolkit uses, and `key_flags` is the one
+// table from a code to the field that a plain key-down sets.
+#pragma once
+
+#include "velmora/core/geometry.hpp"
+
+#include <string>
+
+namespace velmora::ui {
+
+struct Input {
+    Vec2 mouse{-1, -1};          // logical units; (-1, -1) until the pointer is first seen. Kept across polls
+    bool mouse_down = false;     // left button held. Kept across polls
+    bool mouse_pressed = false;  // left button went down during this poll
+    bool mouse_released = false; // left button went up, or the press was lost, during this poll
+    bool backspace = false;
+    bool delete_key = false;
+    bool left = false;
+    bool right = false;
+    bool home = false;
+    bool end = false;
+    bool enter = false;
+    bool escape = false;
+    bool tab = false;
+    bool shift = false; // modifier state at the start of the poll and at each key message
+    bool ctrl = false;
+    bool select_all = false; // Ctrl+A
+    bool up = false;
+    bool down = false;
+    bool page_up = false;
+    bool page_down = false;
+    bool space = false;
+    bool alt = false;  // Alt held at the last key-down of this poll
+    bool copy = false; // Ctrl+C
+    bool cut = false;  // Ctrl+X
+    bool undo = false; // Ctrl+Z
+    bool redo = false; // Ctrl+Y or Ctrl+Shift+Z
+    bool right_pressed = false;
+    bool right_released = false;
+    bool focus_lost = false; // the window lost the keyboard focus during this poll
+    unsigned key = 0;        // virtual-key code of the last key-down; 0 if none
+    float wheel = 0;         // notches, positive away from the user, summed over the poll
+    std::string text;        // UTF-8 typed during this poll (no control characters)
+    std::string paste;       // the clipboard's text when Ctrl+V came during this poll
+};
+
+// Virtual-key codes. Letters and digits are their upper-case ASCII codes ('A' is 0x41).
+namespace vk {
+inline constexpr unsigned backspace = 0x08;
+inline constexpr unsigned tab = 0x09;
+inline constexpr unsigned enter = 0x0D;
+inline constexpr unsigned shift = 0x10;
+inline constexpr unsigned control = 0x11;
+inline constexpr unsigned alt = 0x12;
+inline constexpr unsigned pause = 0x13;
+inline constexpr unsigned caps_lock = 0x14;
+inline constexpr unsigned escape = 0x1B;
+inline constexpr unsigned space = 0x20;
+inline constexpr unsigned page_up = 0x21;
+inline constexpr unsigned page_down = 0x22;
+inline constexpr unsigned end = 0x23;
+inline constexpr unsigned home = 0x24;
+inline constexpr unsigned left = 0x25;
+inline constexpr unsigned up = 0x26;
+inline constexpr unsigned right = 0x27;
+inline constexpr unsigned down = 0x28;
+inline constexpr unsigned print_screen = 0x2C;
+inline constexpr unsigned insert = 0x2D;
+inline constexpr unsigned delete_key = 0x2E;
+inline constexpr unsigned digit_0 = 0x30; // through 0x39
+inline constexpr unsigned a = 0x41;       // through 0x5A
+inline constexpr unsigned c = 0x43;
+inline constexpr unsigned v = 0x56;
+inline constexpr unsigned x = 0x58;
+inline constexpr unsigned y = 0x59;
+inline constexpr unsigned z = 0x5A;
+inline constexpr unsigned left_super = 0x5B;
+inline constexpr unsigned right_super = 0x5C;
+inline constexpr unsigned menu = 0x5D;
+inline constexpr unsigned numpad_0 = 0x60; // through 0x69
+inline constexpr unsigned multiply = 0x6A;
+inline constexpr unsigned add = 0x6B;
+inline constexpr unsigned subtract = 0x6D;
+inline constexpr unsigned decimal = 0x6E;
+inline constexpr unsigned divide = 0x6F;
+inline constexpr unsigned f1 = 0x70; // through f24 at 0x87
+inline constexpr unsigned num_lock = 0x90;
+inline constexpr unsigned scroll_lock = 0x91;
+inline constexpr unsigned oem_1 = 0xBA; // ;:
+inline constexpr unsigned oem_plus = 0xBB;
+inline constexpr unsigned oem_comma = 0xBC;
+inline constexpr unsigned oem_minus = 0xBD;
+inline constexpr unsigned oem_period = 0xBE;
+inline constexpr unsigned oem_2 = 0xBF; // /?
+inline constexpr unsigned oem_3 = 0xC0; // `~
+inline constexpr unsigned oem_4 = 0xDB; // [{
+inline constexpr unsigned oem_5 = 0xDC; // \|
+inline constexpr unsigned oem_6 = 0xDD; // ]}
+inline constexpr unsigned oem_7 = 0xDE; // '"
+} // namespace vk
+
+// The plain keys: a key-down of `code` sets `flag`. The letter shortcuts (A, C, V, X, Y, Z)
+// depend on the modifiers and are decided by the window.
+struct KeyFlag {
+    unsigned code;
+    bool Input::*flag;
+};
+
+inline constexpr KeyFlag key_flags[] = {
+    {vk::backspace, &Input::backspace},
+    {vk::tab, &Input::tab},
+    {vk::enter, &Input::enter},
+    {vk::escape, &Input::escape},
+    {vk::space, &Input::space},
+    {vk::page_up, &Input::page_up},
+    {vk::page_down, &Input::page_down},
+    {vk::end, &Input::end},
+    {vk::home, &Input::home},
+    {vk::left, &Input::left},
+    {vk::up, &Input::up},
+    {vk::right, &Input::right},
+    {vk::down, &Input::down},
+    {vk::delete_key, &Input::delete_key},
+};
+
+} // namespace velmora::ui
