@@ -1,0 +1,474 @@
+// TextField
+//
+//   1. Code points and words      detail::prev/next, boundary, word
+//   2. Editing and history        value, replace_selection, history
+//   3. Geometry                   measure, position, ensure_caret, caret_rect
+//   4. Events                     pointer, wheel, text, keys
+//   5. Painting                   paint, paint_text
+#include "velmora/widgets/text_field.hpp"
+
+#include "velmora/core/utf8.hpp"
+#include "velmora/scene/scene.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+#include <utility>
+
+namespace velmora::ui {
+
+namespace {
+
+bool continuation(char byte) { return static_cast<signed char>(byte) < -64; }
+
+// Only ASCII white space separates words, so a run of Chinese text is one word.
+bool space(char byte) {
+    const auto b = static_cast<unsigned char>(byte);
+    return b == ' ' || (b >= '\t' && b <= '\r');
+}
+
+// Clamps to the text, then walks back to the start of the code point; never forwards.
+std::size_t snap(std::string_view text, std::size_t offset) {
+    offset = std::min(offset, text.size());
+    while (offset > 0 && offset < text.size() && continuation(text[offset])) --offset;
+    return offset;
+}
+
+std::size_t code_points(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char b) { return !continuation(b); }));
+}
+
+std::size_t line_start(std::string_view text, std::size_t offset) {
+    if (offset == 0) return 0;
+    const auto feed = text.rfind('\n', offset - 1);
+    return feed == std::string_view::npos ? 0 : feed + 1;
+}
+
+std::size_t line_end(std::string_view text, std::size_t offset) {
+    const auto feed = text.find('\n', offset);
+    return feed == std::string_view::npos ? text.size() : feed;
+}
+
+int row_of(std::string_view text, std::size_t offset) {
+    return static_cast<int>(
+        std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
+}
+
+std::string checked_utf8(std::string text) {
+    if (!valid_utf8(text)) throw std::invalid_argument("Invalid UTF-8");
+    return text;
+}
+
+} // namespace
+
+// ---- 1. Code points and words ------------------------------------------------------------
+
+namespace detail {
+
+std::size_t prev(std::string_view text, std::size_t offset) {
+    offset = std::min(offset, text.size());
+    if (offset == 0) return 0;
+    --offset;
+    while (offset > 0 && continuation(text[offset])) --offset;
+    return offset;
+}
+
+std::size_t next(std::string_view text, std::size_t offset) {
+    if (offset >= text.size()) return text.size();
+    ++offset;
+    while (offset < text.size() && continuation(text[offset])) ++offset;
+    return offset;
+}
+
+} // namespace detail
+
+TextField::TextField(std::string initial) : Widget(checked_utf8(std::move(initial))) {
+    focusable = true;
+    caret = anchor = text.size();
+}
+
+std::size_t TextField::boundary(std::size_t offset) const { return snap(text, offset); }
+
+void TextField::select(std::size_t new_anchor, std::size_t new_caret) {
+    anchor = boundary(new_anchor);
+    caret = boundary(new_caret);
+    ensure_caret();
+}
+
+std::string TextField::selected_text() const {
+    if (masked) return {};
+    const auto s = std::min(caret, anchor), e = std::max(caret, anchor);
+    return text.substr(s, e - s);
+}
+
+void TextField::move(std::size_t offset, bool extend) {
+    caret = boundary(offset);
+    if (!extend) anchor = caret;
+    ensure_caret();
+}
+
+std::size_t TextField::word(std::size_t offset, int direction) const {
+    auto i = boundary(offset);
+    if (direction < 0) {
+        // Back over white space, then over the word before it, to that word's start.
+        while (i > 0 && space(text[detail::prev(text, i)])) i = detail::prev(text, i);
+        while (i > 0 && !space(text[detail::prev(text, i)])) i = detail::prev(text, i);
+        return i;
+    }
+    // Forward to the next white space and over it: the start of the next word.
+    while (i < text.size() && !space(text[i])) i = detail::next(text, i);
+    while (i < text.size() && space(text[i])) i = detail::next(text, i);
+    return i;
+}
+
+// ---- 2. Editing and history --------------------------------------------------------------
+
+bool TextField::accepts(const std::string&) const { return true; }
+
+void TextField::submit() {
+    if (!on_submit) return;
+    auto callback = on_submit;
+    callback(text);
+}
+
+void TextField::value(std::string v) {
+    if (!valid_utf8(v) || v.size() > max_length || !accepts(v))
+        throw std::invalid_argument("Invalid field value");
+    if (v == text) return;
+    text = std::move(v);
+    caret = anchor = text.size();
+    undo_stack.clear();
+    redo_stack.clear();
+    ensure_caret();
+    changed();
+}
+
+void TextField::replace_selection(std::string insert) {
+    if (read_only || !enabled) return;
+    if (!valid_utf8(insert)) return;
+    // Carriage returns always go, so a pasted CR LF becomes one line break (or none).
+    std::erase_if(insert, [this](char byte) {
+        const auto b = static_cast<unsigned char>(byte);
+        if (b >= 32) return false;
+        return b == 13 || !(multi_line && (b == '\t' || b == '\n'));
+    });
+    const auto s = std::min(caret, anchor), e = std::max(caret, anchor);
+    std::string candidate = text.substr(0, s) + insert + text.substr(e);
+    // A paste that doesn't fit is dropped whole rather than cut at an arbitrary byte.
+    if (candidate.size() > max_length || !accepts(candidate) || candidate == text) return;
+    redo_stack.clear();
+    undo_stack.push_back({text, caret, anchor});
+    while (undo_stack.size() > history_limit) undo_stack.pop_front();
+    text = std::move(candidate);
+    caret = anchor = s + insert.size();
+    ensure_caret();
+    changed();
+}
+
+void TextField::replace_all(std::string v) {
+    const auto old_caret = caret, old_anchor = anchor;
+    const auto old = text;
+    anchor = 0;
+    caret = text.size();
+    replace_selection(std::move(v));
+    if (text == old) {
+        caret = old_caret;
+        anchor = old_anchor;
+        return;
+    }
+    // Undo brings back the caret the user had, not the whole-text selection made for the edit.
+    undo_stack.back().caret = old_caret;
+    undo_stack.back().anchor = old_anchor;
+}
+
+void TextField::history(bool redo) {
+    if (read_only || !enabled) return;
+    auto& source = redo ? redo_stack : undo_stack;
+    auto& target = redo ? undo_stack : redo_stack;
+    if (source.empty()) return;
+    target.push_back({text, caret, anchor});
+    auto state = std::move(source.back());
+    source.pop_back();
+    text = std::move(state.text);
+    caret = state.caret;
+    anchor = state.anchor;
+    ensure_caret();
+    changed();
+}
+
+// ---- 3. Geometry ---------------------------------------------------------------------------
+
+std::string TextField::display(std::string_view s) const {
+    if (!masked) return std::string(s);
+    std::string dots;
+    for (std::size_t n = code_points(s); n > 0; --n) dots += "\u2022";
+    return dots;
+}
+
+float TextField::measure(std::string_view s) const {
+    if (scene && scene->canvas()) return scene->canvas()->text_width(display(s), scene->theme.font_size, 400);
+    return 8.4f * static_cast<float>(code_points(s));
+}
+
+int TextField::visible_rows() const { return std::max(static_cast<int>((bounds.h - 16) / row_height), 1); }
+
+int TextField::line_count() const { return row_of(text, text.size()) + 1; }
+
+std::size_t TextField::position(Vec2 point) const {
+    std::size_t start = 0;
+    if (multi_line) {
+        // Floor, not truncation: a point above a scrolled field is on the row above the first visible
+        // one, so Up and dragging upwards can leave the top row.
+        const int row = std::max(
+            static_cast<int>(std::floor((point.y - screen_bounds.y - top_inset) / row_height)) + first_row,
+            0);
+        for (int r = 0; r < row; ++r) {
+            const auto feed = text.find('\n', start);
+            if (feed == std::string::npos) return text.size();
+            start = feed + 1;
+        }
+    }
+    const auto end = line_end(text, start);
+    const float target = point.x - screen_bounds.x - inset_left() + scroll_x;
+    float width = 0;
+    for (auto i = start; i < end; i = detail::next(text, i)) {
+        const float w = measure(std::string_view(text).substr(i, detail::next(text, i) - i));
+        if (width + w / 2 > target) return i;
+        width += w;
+    }
+    return end;
+}
+
+float TextField::caret_x() const {
+    const auto start = line_start(text, caret);
+    float x = measure(std::string_view(text).substr(start, caret - start));
+    if (!composition_.text.empty())
+        x += measure(std::string_view(composition_.text).substr(0, composition_.cursor));
+    return x;
+}
+
+float TextField::line_top(int row) const {
+    if (multi_line) return screen_bounds.y + top_inset + static_cast<float>(row - first_row) * row_height;
+    const float size = scene ? scene->theme.font_size : Theme{}.font_size;
+    return screen_bounds.y + (screen_bounds.h - size) / 2;
+}
+
+void TextField::ensure_caret() {
+    const float cx = caret_x();
+    const float view = std::max(bounds.w - inset_left() - inset_right() - 3, 1.0f);
+    if (cx < scroll_x)
+        scroll_x = cx;
+    else if (cx > scroll_x + view)
+        scroll_x = cx - view;
+    if (!multi_line) {
+        first_row = 0;
+        return;
+    }
+    const int row = row_of(text, caret), rows = visible_rows();
+    if (row < first_row)
+        first_row = row;
+    else if (row >= first_row + rows)
+        first_row = row - rows + 1;
+}
+
+void TextField::compose(const std::string& preedit, std::size_t cursor) {
+    if (masked || read_only || !enabled || !valid_utf8(preedit)) return;
+    composition_.cursor = snap(preedit, cursor);
+    composition_.text = preedit;
+    ensure_caret();
+}
+
+Rect TextField::caret_rect() const {
+    const float size = scene ? scene->theme.font_size : Theme{}.font_size;
+    return {screen_bounds.x + inset_left() + caret_x() - scroll_x, line_top(row_of(text, caret)), 1.5f,
+            size + 2};
+}
+
+void TextField::vertical(int rows, bool extend) {
+    const auto start = line_start(text, caret);
+    const float cx = measure(std::string_view(text).substr(start, caret - start));
+    const int row = row_of(text, caret);
+    const Vec2 point{screen_bounds.x + inset_left() + cx - scroll_x,
+                     screen_bounds.y + top_inset + 1 +
+                         static_cast<float>(row - first_row + rows) * row_height};
+    move(position(point), extend);
+}
+
+// ---- 4. Events -----------------------------------------------------------------------------
+
+void TextField::event(Event& e) {
+    if (!enabled) return;
+    switch (e.type) {
+    case pointer_down: {
+        const auto p = boundary(position(e.position));
+        if (e.clicks < 2) {
+            caret = p;
+            if (!e.input.shift) anchor = caret;
+        } else {
+            anchor = word(p, -1);
+            caret = word(p, 1);
+        }
+        ensure_caret();
+        dragging = true;
+        e.handled = true;
+        break;
+    }
+    case pointer_move:
+        if (!dragging) return;
+        caret = boundary(position(e.position));
+        ensure_caret();
+        e.handled = true;
+        break;
+    case pointer_up:
+        dragging = false;
+        e.handled = true;
+        break;
+    case wheel_turned: {
+        if (!multi_line) return;
+        const int last = std::max(line_count() - visible_rows(), 0);
+        const float notches = std::clamp(e.wheel * 3, -1e6f, 1e6f); // keeps the conversion defined
+        first_row = std::clamp(first_row - static_cast<int>(notches), 0, last);
+        e.handled = true;
+        break;
+    }
+    case key_down:
+        key(e);
+        break;
+    case text_entered:
+        composition_ = {};
+        replace_selection(e.text);
+        e.handled = true;
+        break;
+    case focus_lost_event:
+        dragging = false;
+        composition_ = {};
+        break;
+    default:
+        break;
+    }
+}
+
+void TextField::key(Event& e) {
+    const Input& in = e.input;
+    const bool ctrl = in.ctrl, shift = in.shift;
+    const auto code = static_cast<unsigned>(e.key);
+    e.handled = true;
+    if (in.select_all || (ctrl && code == vk::a)) {
+        anchor = 0;
+        caret = text.size();
+        ensure_caret();
+    } else if (in.copy || (ctrl && code == vk::c)) {
+        if (!masked && scene && scene->clipboard()) {
+            auto writer = scene->clipboard();
+            writer(selected_text());
+        }
+    } else if (in.cut || (ctrl && code == vk::x)) {
+        if (masked || read_only) return;
+        if (scene && scene->clipboard()) {
+            auto writer = scene->clipboard();
+            writer(selected_text());
+        }
+        replace_selection({});
+    } else if ((in.undo || (ctrl && code == vk::z)) && !shift) {
+        undo();
+    } else if (in.redo || (ctrl && (code == vk::y || code == vk::z))) {
+        redo();
+    } else if (code == vk::backspace || code == vk::delete_key) {
+        const bool back = code == vk::backspace;
+        if (caret == anchor)
+            anchor = ctrl   ? word(caret, back ? -1 : 1)
+                     : back ? detail::prev(text, caret)
+                            : detail::next(text, caret);
+        replace_selection({});
+    } else if (code == vk::enter) {
+        if (multi_line)
+            replace_selection("\n");
+        else
+            submit();
+    } else if (code == vk::end) {
+        move(ctrl ? text.size() : line_end(text, caret), shift);
+    } else if (code == vk::home) {
+        move(ctrl || caret == 0 ? 0 : line_start(text, caret), shift);
+    } else if (code == vk::left || code == vk::right) {
+        const bool left = code == vk::left;
+        if (!shift && caret != anchor)
+            move(left ? std::min(caret, anchor) : std::max(caret, anchor), false);
+        else if (ctrl)
+            move(word(caret, left ? -1 : 1), shift);
+        else
+            move(left ? detail::prev(text, caret) : detail::next(text, caret), shift);
+    } else if ((code == vk::up || code == vk::down) && multi_line) {
+        vertical(code == vk::up ? -1 : 1, shift);
+    } else {
+        // Up and Down of a single-line field, and every other key, belong to the parents.
+        e.handled = false;
+    }
+}
+
+// ---- 5. Painting ---------------------------------------------------------------------------
+
+void TextField::paint(PaintContext& context) {
+    const Theme& theme = context.theme;
+    context.canvas.fill(screen_bounds, theme.control, theme.radius);
+    if (focused())
+        context.canvas.stroke(screen_bounds, theme.accent, 1.5f, theme.radius);
+    else
+        context.canvas.stroke(screen_bounds, theme.border, 1, theme.radius);
+    paint_text(context);
+}
+
+void TextField::paint_text(PaintContext& context) {
+    Canvas& canvas = context.canvas;
+    const Theme& theme = context.theme;
+    const Rect& sb = screen_bounds;
+    const Rect area{sb.x + inset_left(), sb.y + clip_inset,
+                    std::max(sb.w - inset_left() - inset_right(), 0.0f),
+                    std::max(sb.h - 2 * clip_inset, 0.0f)};
+    canvas.push_clip(area, 0);
+    const float size = theme.font_size;
+    if (text.empty() && composition_.text.empty()) {
+        const float y = multi_line ? sb.y + top_inset : sb.y + (sb.h - size) / 2;
+        if (!placeholder.empty()) canvas.text(placeholder, {area.x, y}, size, theme.muted, 400);
+    }
+    const bool composing = !composition_.text.empty();
+    const bool blink_on = focused() && context.time - std::floor(context.time) < 0.6;
+    const auto s = std::min(caret, anchor), e = std::max(caret, anchor);
+    const float left = area.x - scroll_x;
+    const std::string_view all(text);
+    std::size_t start = 0;
+    for (int row = 0; start <= text.size(); ++row) {
+        const auto end = line_end(text, start);
+        const float top = line_top(row);
+        const bool has_caret = caret >= start && caret <= end;
+        if (top < area.y + area.h && top + row_height > area.y) {
+            const auto line = all.substr(start, end - start);
+            // A selection that crosses a line feed leaves at least a sliver on each line it touches.
+            if (s != e && s <= end && e >= start && !composing) {
+                const auto a = std::max(s, start), b = std::min(e, end);
+                const float x = left + measure(all.substr(start, a - start));
+                canvas.fill({x, top - 2, std::max(measure(all.substr(a, b - a)), 2.0f), row_height},
+                            theme.selection, 2);
+            }
+            const unsigned colour = enabled ? theme.text : theme.muted;
+            if (composing && has_caret) {
+                // The preedit sits inline at the caret, underlined, and pushes the rest of the line on.
+                const auto before = all.substr(start, caret - start);
+                const float x0 = left + measure(before);
+                const float wc = measure(composition_.text);
+                std::string shown =
+                    display(before) + composition_.text + display(all.substr(caret, end - caret));
+                if (!shown.empty()) canvas.text(shown, {left, top}, size, colour, 400);
+                canvas.fill({x0, top + size + 1, wc, 1}, colour, 0);
+            } else if (!line.empty()) {
+                canvas.text(display(line), {left, top}, size, colour, 400);
+            }
+            if (blink_on && has_caret) canvas.fill({left + caret_x(), top, 1.5f, size + 2}, theme.accent, 0);
+        }
+        if (end == text.size()) break;
+        start = end + 1;
+    }
+    canvas.pop_clip();
+}
+
+} // namespace velmora::ui
