@@ -1,0 +1,126 @@
+// Scene: one widget tree plus everything that is not a tree.
+//
+// It owns the root panel, the focus, the pointer's hovered and pressed widgets, a stack of
+// overlays above the tree (popup menus, dialogs) and a list of timed notices. `frame` turns
+// one Input snapshot into events, ticks, lays out and paints.
+//
+//     Scene scene;
+//     scene.root()->emplace<Button>("OK");
+//     canvas.begin(1280, 800, scene.theme);
+//     scene.frame(canvas, input, seconds);
+//
+// Everything here may be called from inside an event handler: every walk over the overlays
+// runs over a copy, and dispatch keeps the widgets it reaches alive until it returns.
+#pragma once
+
+#include "velmora/core/canvas.hpp"
+#include "velmora/core/geometry.hpp"
+#include "velmora/core/theme.hpp"
+#include "velmora/platform/input.hpp"
+#include "velmora/scene/widget.hpp"
+#include "velmora/widgets/control_kind.hpp"
+
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace velmora::ui {
+
+class Panel;
+class Dialog;
+class Notification;
+
+struct Overlay {
+    std::shared_ptr<Widget> widget;
+    std::shared_ptr<Widget> previous_focus; // restored when the overlay closes with the focus inside
+    bool modal = false;
+    bool popup = false; // dismissed by a press outside, replaced by the next popup
+    bool keep_focus = false;
+};
+
+struct Notice {
+    std::shared_ptr<Notification> notification;
+    double expires = 0; // seconds, on the frame clock
+};
+
+class Scene {
+public:
+    Theme theme;
+
+    Scene();
+    virtual ~Scene();
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    std::shared_ptr<Panel>& root() { return root_; }
+
+    // Ctrl+K opens the palette when one is installed.
+    const std::shared_ptr<Dialog>& command_palette() const { return palette_; }
+    void command_palette(std::shared_ptr<Dialog> palette) { palette_ = std::move(palette); }
+    // The application's clipboard writer; controls that copy text call it when it is set.
+    const std::function<void(const std::string&)>& clipboard() const { return clipboard_; }
+    void clipboard(std::function<void(const std::string&)> writer) { clipboard_ = std::move(writer); }
+
+    const std::shared_ptr<Widget>& focus() const { return focus_; }
+    void focus(std::shared_ptr<Widget> widget);
+    const std::shared_ptr<Widget>& pressed() const { return pressed_; }
+    const std::shared_ptr<Widget>& hovered() const { return hovered_; }
+    const std::vector<Overlay>& overlays() const { return overlays_; }
+    const std::vector<Notice>& notices() const { return notices_; }
+    const std::set<ControlKind>& rendered_kinds() const { return rendered_kinds_; }
+    const std::set<std::string>& rendered_names() const { return rendered_names_; }
+    Canvas* canvas() const { return canvas_; } // only during frame
+    const Input& input() const { return input_; }
+    Vec2 size() const { return size_; }
+    double time() const { return time_; }
+
+    std::vector<std::shared_ptr<Widget>> focus_order() const;
+    void collect_focus(const std::shared_ptr<Widget>& widget,
+                       std::vector<std::shared_ptr<Widget>>& out) const;
+    std::shared_ptr<Widget> pointer_target(Vec2 point) const;
+    bool dispatch(std::shared_ptr<Widget> target, Event event, bool bubble);
+    std::shared_ptr<Widget> find(const std::string& id) const;
+    void layout(float width, float height);
+
+    // A negative coordinate centres on that axis. Throws std::invalid_argument
+    // "Overlay must be unattached" for a null widget or one with a parent.
+    void show(std::shared_ptr<Widget> widget, bool modal, bool popup, Vec2 position, bool keep_focus);
+    void close(const Widget* widget);
+    void close_top();
+    void notify(std::shared_ptr<Notification> notification, double seconds);
+    bool wants_text_input() const;
+    void tick_tree(const std::shared_ptr<Widget>& widget);
+
+    void frame(Canvas& canvas, const Input& input, double now);
+
+private:
+    friend class Widget; // remove() and draw() update the pressed reference and the rendered sets
+
+    void pointer_events(std::shared_ptr<Widget> target, double now);
+    void key_events();
+    void paint(Canvas& canvas, double now);
+
+    std::shared_ptr<Dialog> palette_;
+    std::function<void(const std::string&)> clipboard_;
+    std::shared_ptr<Panel> root_;
+    std::shared_ptr<Widget> focus_;
+    std::shared_ptr<Widget> pressed_;
+    std::shared_ptr<Widget> hovered_;
+    std::vector<Overlay> overlays_;
+    std::vector<Notice> notices_;
+    std::set<ControlKind> rendered_kinds_;
+    std::set<std::string> rendered_names_;
+    Canvas* canvas_ = nullptr;
+    Input input_;
+    Vec2 size_{1, 1};
+    double time_ = 0;
+    double last_press_time_ = -10;
+    double hover_start_ = 0;
+    Vec2 last_press_position_;
+    const Widget* last_press_target_ = nullptr; // compared only, never followed
+    bool ignore_release_ = false;
+};
+
+} // namespace velmora::ui
