@@ -9,3 +9,11 @@
 #include "velmora/core/utf8.hpp"
 
 #include "velmora/gpu/vg.hpp"
+
+#include "velmora/scene/scene.hpp"
+#include "velmora/scene/widget.hpp"
+
+#include "velmora/widgets/basic.hpp"
+#include "velmora/widgets/control_kind.hpp"
+#include "velmora/widgets/dialogs.hpp"
+#include "velmora/widgets/menus.hpp"
