@@ -1,0 +1,67 @@
+// Window: the one native window of the toolkit, with its OpenGL context.
+//
+// The constructor creates the window and a double-buffered OpenGL 3.3 context (8 alpha, 24
+// depth, 8 stencil bits) and leaves that context current. `poll` condenses the events of a
+// frame into one `Input` record; `swap` presents. A window that is not `visible` still has a
+// real back buffer of the requested size, so unattended rendering and read-back work; on a
+// machine without a display it renders through a headless driver.
+//
+// A Window belongs to the thread that made it: every call but construction and destruction
+// throws std::logic_error "Window used from another thread" elsewhere, and destroying it from
+// another thread terminates the program.
+#pragma once
+
+#include "velmora/platform/input.hpp"
+
+#include <memory>
+#include <string>
+
+namespace velmora::ui {
+
+struct WindowOptions {
+    std::string title; // UTF-8
+    int width = 1280;  // client size in pixels, each 64 to 16384
+    int height = 800;
+    bool visible = true; // shown normally, or kept out of sight
+};
+
+class Window {
+public:
+    // Throws std::invalid_argument "Window size" for a size out of range, "Invalid UTF-8" for
+    // a bad title, and std::runtime_error for a failure of the system.
+    explicit Window(const WindowOptions& options);
+    ~Window();
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    // Takes every pending event. False once the window should close; it stays false.
+    bool poll();
+    void swap();
+    // The next poll returns false.
+    void close();
+
+    // Client size in pixels, asked anew each time.
+    int width() const;
+    int height() const;
+    // Pixels per logical unit: 1 on an ordinary display.
+    float dpi_scale() const;
+    // What happened during the last poll; valid until the next one.
+    const Input& input() const;
+
+    // Throws std::invalid_argument "Invalid UTF-8".
+    void title(const std::string& text);
+    // Turns typed text and the input method on or off. Off after construction: `text` and
+    // Ctrl+V `paste` stay empty until it is turned on.
+    void text_input(bool on);
+    // Puts plain text on the clipboard. Throws std::invalid_argument "Invalid UTF-8"; a
+    // clipboard that cannot be written is left as it was.
+    void clipboard_text(const std::string& text);
+    // The platform's window handle (an SDL_Window* here).
+    void* native_handle() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace velmora::ui

@@ -1,0 +1,529 @@
+// Window on SDL2: video start-up, the GL context, events into Input, clipboard.
+//
+//   platform_error        the SDL form of a system failure
+//   keys                  SDL key symbols to virtual-key codes, one table
+//   video start-up        a display when one can be reached, else the headless EGL driver
+//   event routing         several windows share SDL's one queue
+//   Impl                  the window's state and the event rules
+//   Window                the public calls
+#include "velmora/platform/window.hpp"
+
+#include "velmora/core/utf8.hpp"
+#include "velmora/platform/error.hpp"
+
+#include <SDL.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+namespace velmora::ui {
+
+void platform_error(std::string_view step) { system_error(step, std::string("SDL: ") + SDL_GetError()); }
+
+namespace {
+
+// ---- keys -------------------------------------------------------------------
+
+// A run of `count` consecutive SDL key symbols starting at `first`, mapped to consecutive
+// virtual-key codes starting at `code`. Letters follow the keyboard layout, as on Windows.
+struct KeyRun {
+    SDL_Keycode first;
+    unsigned code;
+    int count = 1;
+};
+
+constexpr KeyRun key_runs[] = {
+    {SDLK_a, vk::a, 26},
+    {SDLK_0, vk::digit_0, 10},
+    {SDLK_F1, vk::f1, 12},
+    {SDLK_F13, vk::f1 + 12, 12},
+    {SDLK_KP_1, vk::numpad_0 + 1, 9},
+    {SDLK_KP_0, vk::numpad_0},
+    {SDLK_BACKSPACE, vk::backspace},
+    {SDLK_TAB, vk::tab},
+    {SDLK_RETURN, vk::enter},
+    {SDLK_KP_ENTER, vk::enter},
+    {SDLK_ESCAPE, vk::escape},
+    {SDLK_SPACE, vk::space},
+    {SDLK_PAGEUP, vk::page_up},
+    {SDLK_PAGEDOWN, vk::page_down},
+    {SDLK_END, vk::end},
+    {SDLK_HOME, vk::home},
+    {SDLK_LEFT, vk::left},
+    {SDLK_UP, vk::up},
+    {SDLK_RIGHT, vk::right},
+    {SDLK_DOWN, vk::down},
+    {SDLK_INSERT, vk::insert},
+    {SDLK_DELETE, vk::delete_key},
+    {SDLK_PRINTSCREEN, vk::print_screen},
+    {SDLK_PAUSE, vk::pause},
+    {SDLK_CAPSLOCK, vk::caps_lock},
+    {SDLK_NUMLOCKCLEAR, vk::num_lock},
+    {SDLK_SCROLLLOCK, vk::scroll_lock},
+    {SDLK_LSHIFT, vk::shift},
+    {SDLK_RSHIFT, vk::shift},
+    {SDLK_LCTRL, vk::control},
+    {SDLK_RCTRL, vk::control},
+    {SDLK_LALT, vk::alt},
+    {SDLK_RALT, vk::alt},
+    {SDLK_LGUI, vk::left_super},
+    {SDLK_RGUI, vk::right_super},
+    {SDLK_APPLICATION, vk::menu},
+    {SDLK_KP_MULTIPLY, vk::multiply},
+    {SDLK_KP_PLUS, vk::add},
+    {SDLK_KP_MINUS, vk::subtract},
+    {SDLK_KP_PERIOD, vk::decimal},
+    {SDLK_KP_DIVIDE, vk::divide},
+    {SDLK_SEMICOLON, vk::oem_1},
+    {SDLK_EQUALS, vk::oem_plus},
+    {SDLK_COMMA, vk::oem_comma},
+    {SDLK_MINUS, vk::oem_minus},
+    {SDLK_PERIOD, vk::oem_period},
+    {SDLK_SLASH, vk::oem_2},
+    {SDLK_BACKQUOTE, vk::oem_3},
+    {SDLK_LEFTBRACKET, vk::oem_4},
+    {SDLK_BACKSLASH, vk::oem_5},
+    {SDLK_RIGHTBRACKET, vk::oem_6},
+    {SDLK_QUOTE, vk::oem_7},
+};
+
+// 0 for a key with no virtual-key code.
+unsigned virtual_key(SDL_Keycode sym) {
+    for (const KeyRun& run : key_runs)
+        if (sym >= run.first && sym < run.first + run.count)
+            return run.code + static_cast<unsigned>(sym - run.first);
+    return 0;
+}
+
+// ---- video start-up ---------------------------------------------------------
+
+bool display_reachable() { return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"); }
+
+bool headless_driver() {
+    const char* driver = SDL_GetCurrentVideoDriver();
+    return driver && (std::string_view(driver) == "offscreen" || std::string_view(driver) == "dummy");
+}
+
+// Starts (or joins) SDL's video. A hidden window falls back to the offscreen driver, which
+// renders through EGL without any display; a visible one needs a display.
+void start_video(bool visible) {
+    const bool running = SDL_WasInit(SDL_INIT_VIDEO) != 0;
+    if (running || visible || display_reachable()) {
+        if (SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) {
+            if (visible && headless_driver()) {
+                SDL_QuitSubSystem(SDL_INIT_VIDEO);
+                system_error("No display", "a visible window cannot use the headless video driver");
+            }
+            return;
+        }
+        if (visible || running) platform_error("No display");
+    }
+    // Override, so that an SDL_VIDEODRIVER naming an unreachable display doesn't stop us;
+    // reset afterwards, so a later start can find a display again.
+    SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "offscreen", SDL_HINT_OVERRIDE);
+    const bool started = SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
+    SDL_ResetHint(SDL_HINT_VIDEODRIVER);
+    if (!started) platform_error("Video start");
+}
+
+// ---- event routing ----------------------------------------------------------
+
+// SDL has one event queue per process. Events for another Window are set aside for that
+// window's own poll, so no window eats another's input.
+struct Routing {
+    std::mutex mutex;
+    std::unordered_map<Uint32, std::vector<SDL_Event>*> deferred; // by SDL window id
+};
+
+Routing& routing() {
+    static Routing r;
+    return r;
+}
+
+} // namespace
+
+// ---- Impl -------------------------------------------------------------------
+
+struct Window::Impl {
+    SDL_Window* window = nullptr;
+    SDL_GLContext context = nullptr;
+    SDL_Window* previous_window = nullptr; // current before this window, put back at the end
+    SDL_GLContext previous_context = nullptr;
+    Input input;
+    bool open = true;
+    bool text_on = false;
+    float dpi_scale = 1;
+    std::thread::id thread = std::this_thread::get_id();
+    bool video = false;
+    Uint32 id = 0;
+    Uint16 mods = 0; // modifier state as of the last key event, or the start of the poll
+    std::vector<SDL_Event> deferred;
+
+    ~Impl();
+    void check() const;
+    void create(const WindowOptions& options);
+    void update_scale();
+    void handle(const SDL_Event& e);
+    void key_down(const SDL_Keysym& key);
+    void modifiers(Uint16 state);
+    void typed(const char* text);
+    void release_press();
+};
+
+void Window::Impl::check() const {
+    if (std::this_thread::get_id() != thread) throw std::logic_error("Window used from another thread");
+}
+
+void Window::Impl::create(const WindowOptions& options) {
+    static_cast<void>(wide(options.title)); // the same UTF-8 check as every later title
+    start_video(options.visible);
+    video = true;
+
+    previous_window = SDL_GL_GetCurrentWindow();
+    previous_context = SDL_GL_GetCurrentContext();
+
+    SDL_GL_ResetAttributes();
+    SDL_GL_SetAttribute(SDL_GL_RED_SIZE, 8);
+    SDL_GL_SetAttribute(SDL_GL_GREEN_SIZE, 8);
+    SDL_GL_SetAttribute(SDL_GL_BLUE_SIZE, 8);
+    SDL_GL_SetAttribute(SDL_GL_ALPHA_SIZE, 8);
+    SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
+    SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 8);
+    SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_COMPATIBILITY);
+
+    const Uint32 flags = SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI |
+                         (options.visible ? SDL_WINDOW_SHOWN : SDL_WINDOW_HIDDEN);
+    window = SDL_CreateWindow(options.title.c_str(), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
+                              options.width, options.height, flags);
+    if (!window) platform_error("CreateWindow");
+    id = SDL_GetWindowID(window);
+    {
+        std::lock_guard lock(routing().mutex);
+        routing().deferred[id] = &deferred;
+    }
+
+    // Compatibility first, for hosts that mix in fixed-function GL; core where only that exists.
+    context = SDL_GL_CreateContext(window);
+    if (!context) {
+        SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
+        context = SDL_GL_CreateContext(window);
+    }
+    if (!context) platform_error("Create GL context");
+    if (SDL_GL_MakeCurrent(window, context) != 0) platform_error("Create GL context");
+    SDL_GL_SetSwapInterval(1); // where the driver refuses, presentation simply doesn't wait
+
+    // SDL turns text input on when video starts; typed text waits for text_input(true).
+    SDL_StopTextInput();
+
+    // The client area must be the requested size in pixels, whatever the density.
+    update_scale();
+    int w = 0, h = 0;
+    SDL_GL_GetDrawableSize(window, &w, &h);
+    if (w != options.width || h != options.height)
+        SDL_SetWindowSize(window, static_cast<int>(std::lround(options.width / dpi_scale)),
+                          static_cast<int>(std::lround(options.height / dpi_scale)));
+}
+
+Window::Impl::~Impl() {
+    if (context) {
+        if (SDL_GL_GetCurrentContext() == context) SDL_GL_MakeCurrent(window, nullptr);
+        SDL_GL_DeleteContext(context);
+    }
+    if (previous_context) SDL_GL_MakeCurrent(previous_window, previous_context);
+    if (window) {
+        {
+            std::lock_guard lock(routing().mutex);
+            routing().deferred.erase(id);
+        }
+        SDL_DestroyWindow(window);
+    }
+    if (video) SDL_QuitSubSystem(SDL_INIT_VIDEO);
+}
+
+// Pixels per window unit. SDL reports the pointer in window units, so once pixels are
+// divided by this factor the pointer is in logical units as it comes.
+void Window::Impl::update_scale() {
+    int ww = 0, wh = 0, pw = 0, ph = 0;
+    SDL_GetWindowSize(window, &ww, &wh);
+    SDL_GL_GetDrawableSize(window, &pw, &ph);
+    if (ww > 0 && pw > 0) dpi_scale = static_cast<float>(pw) / static_cast<float>(ww);
+}
+
+void Window::Impl::modifiers(Uint16 state) {
+    mods = state;
+    input.ctrl = (state & KMOD_CTRL) != 0;
+    input.shift = (state & KMOD_SHIFT) != 0;
+}
+
+// A press that ends without its button coming up (focus or capture taken away) is released
+// here exactly once; the button's own up event later finds nothing held.
+void Window::Impl::release_press() {
+    input.mouse_down = false;
+    input.mouse_released = true;
+    SDL_CaptureMouse(SDL_FALSE);
+}
+
+void Window::Impl::key_down(const SDL_Keysym& key) {
+    // Alt without Ctrl makes a system key: menus' business, not the controls'. Ctrl+Alt
+    // (how some layouts type extra characters) stays an ordinary key.
+    if ((key.mod & KMOD_ALT) && !(key.mod & KMOD_CTRL)) {
+        mods = key.mod;
+        return;
+    }
+    modifiers(key.mod);
+    input.alt = (key.mod & KMOD_ALT) != 0;
+    const unsigned code = virtual_key(key.sym);
+    if (code == 0) return;
+    input.key = code;
+    for (const KeyFlag& k : key_flags)
+        if (k.code == code) input.*k.flag = true;
+    // Assignments, not settings: a plain letter later in the same poll takes a shortcut back.
+    const bool ctrl = input.ctrl;
+    switch (code) {
+    case vk::a:
+        input.select_all = ctrl;
+        break;
+    case vk::c:
+        input.copy = ctrl;
+        break;
+    case vk::x:
+        input.cut = ctrl;
+        break;
+    case vk::y:
+        input.redo = ctrl;
+        break;
+    case vk::z:
+        input.undo = ctrl && !input.shift;
+        input.redo = ctrl && input.shift;
+        break;
+    case vk::v:
+        if (ctrl && text_on) {
+            // Never throws: an unreadable or malformed clipboard pastes nothing.
+            if (char* clip = SDL_GetClipboardText()) {
+                if (valid_utf8(clip)) input.paste += clip;
+                SDL_free(clip);
+            }
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+// SDL delivers whole code points, so no surrogate is ever left waiting for its partner.
+// Control characters (tab, enter, backspace, delete) are keys, not text.
+void Window::Impl::typed(const char* text) {
+    if (!text_on || input.ctrl || ((mods & KMOD_ALT) && !(mods & KMOD_CTRL))) return;
+    const std::string_view s(text);
+    if (!valid_utf8(s)) return;
+    char32_t cp = 0;
+    for (std::size_t at = 0; at < s.size();) {
+        at += decode_utf8(s, at, cp);
+        if (cp >= 0x20 && cp != 0x7F) append_utf8(input.text, cp);
+    }
+}
+
+void Window::Impl::handle(const SDL_Event& e) {
+    switch (e.type) {
+    case SDL_QUIT:
+        open = false;
+        break;
+    case SDL_WINDOWEVENT:
+        switch (e.window.event) {
+        case SDL_WINDOWEVENT_CLOSE:
+            open = false;
+            break;
+        case SDL_WINDOWEVENT_FOCUS_LOST:
+            release_press();
+            input.focus_lost = true;
+            break;
+        case SDL_WINDOWEVENT_SIZE_CHANGED:
+        case SDL_WINDOWEVENT_DISPLAY_CHANGED:
+            update_scale();
+            break;
+        default:
+            break;
+        }
+        break;
+    case SDL_KEYDOWN:
+        key_down(e.key.keysym);
+        break;
+    case SDL_KEYUP:
+        modifiers(e.key.keysym.mod);
+        break;
+    case SDL_TEXTINPUT:
+        typed(e.text.text);
+        break;
+    case SDL_MOUSEMOTION:
+        input.mouse = {static_cast<float>(e.motion.x), static_cast<float>(e.motion.y)};
+        break;
+    case SDL_MOUSEBUTTONDOWN:
+        input.mouse = {static_cast<float>(e.button.x), static_cast<float>(e.button.y)};
+        if (e.button.button == SDL_BUTTON_LEFT) {
+            input.mouse_down = true;
+            input.mouse_pressed = true;
+            SDL_CaptureMouse(SDL_TRUE); // a drag keeps reporting outside the window
+        } else if (e.button.button == SDL_BUTTON_RIGHT) {
+            input.right_pressed = true;
+        }
+        break;
+    case SDL_MOUSEBUTTONUP:
+        input.mouse = {static_cast<float>(e.button.x), static_cast<float>(e.button.y)};
+        if (e.button.button == SDL_BUTTON_LEFT) {
+            if (input.mouse_down) release_press();
+        } else if (e.button.button == SDL_BUTTON_RIGHT) {
+            input.right_released = true;
+        }
+        break;
+    case SDL_MOUSEWHEEL: {
+        const float notches = e.wheel.preciseY;
+        input.wheel += e.wheel.direction == SDL_MOUSEWHEEL_FLIPPED ? -notches : notches;
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+// ---- Window -----------------------------------------------------------------
+
+namespace {
+
+// The window an event belongs to; 0 for process-wide events such as SDL_QUIT.
+Uint32 event_window(const SDL_Event& e) {
+    switch (e.type) {
+    case SDL_WINDOWEVENT:
+        return e.window.windowID;
+    case SDL_KEYDOWN:
+    case SDL_KEYUP:
+        return e.key.windowID;
+    case SDL_TEXTINPUT:
+        return e.text.windowID;
+    case SDL_TEXTEDITING:
+        return e.edit.windowID;
+    case SDL_MOUSEMOTION:
+        return e.motion.windowID;
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP:
+        return e.button.windowID;
+    case SDL_MOUSEWHEEL:
+        return e.wheel.windowID;
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+Window::Window(const WindowOptions& options) : impl_(std::make_unique<Impl>()) {
+    if (options.width < 64 || options.width > 16384 || options.height < 64 || options.height > 16384)
+        throw std::invalid_argument("Window size");
+    impl_->create(options);
+}
+
+Window::~Window() {
+    if (std::this_thread::get_id() != impl_->thread) std::terminate();
+}
+
+bool Window::poll() {
+    impl_->check();
+    Impl& w = *impl_;
+    const Vec2 mouse = w.input.mouse;
+    const bool down = w.input.mouse_down;
+    w.input = Input{};
+    w.input.mouse = mouse;
+    w.input.mouse_down = down;
+    w.modifiers(static_cast<Uint16>(SDL_GetModState()));
+
+    std::vector<SDL_Event> events;
+    {
+        std::lock_guard lock(routing().mutex);
+        events.swap(w.deferred);
+    }
+    for (const SDL_Event& e : events) w.handle(e);
+    SDL_Event e;
+    while (SDL_PollEvent(&e)) {
+        const Uint32 target = event_window(e);
+        if (target == 0 || target == w.id) {
+            w.handle(e);
+            continue;
+        }
+        std::lock_guard lock(routing().mutex);
+        auto other = routing().deferred.find(target);
+        if (other != routing().deferred.end()) other->second->push_back(e);
+    }
+    return w.open;
+}
+
+void Window::swap() {
+    impl_->check();
+    SDL_GL_SwapWindow(impl_->window);
+}
+
+void Window::close() {
+    impl_->check();
+    impl_->open = false;
+}
+
+int Window::width() const {
+    impl_->check();
+    int w = 0;
+    SDL_GL_GetDrawableSize(impl_->window, &w, nullptr);
+    return w;
+}
+
+int Window::height() const {
+    impl_->check();
+    int h = 0;
+    SDL_GL_GetDrawableSize(impl_->window, nullptr, &h);
+    return h;
+}
+
+float Window::dpi_scale() const {
+    impl_->check();
+    return impl_->dpi_scale;
+}
+
+const Input& Window::input() const {
+    impl_->check();
+    return impl_->input;
+}
+
+void Window::title(const std::string& text) {
+    impl_->check();
+    static_cast<void>(wide(text));
+    SDL_SetWindowTitle(impl_->window, text.c_str());
+}
+
+void Window::text_input(bool on) {
+    impl_->check();
+    if (impl_->text_on == on) return;
+    impl_->text_on = on;
+    if (on)
+        SDL_StartTextInput();
+    else
+        SDL_StopTextInput();
+}
+
+void Window::clipboard_text(const std::string& text) {
+    impl_->check();
+    static_cast<void>(wide(text));
+    SDL_SetClipboardText(text.c_str()); // a clipboard that refuses stays as it was
+}
+
+void* Window::native_handle() const {
+    impl_->check();
+    return impl_->window;
+}
+
+} // namespace velmora::ui
