@@ -10,6 +10,11 @@
 
 #include "velmora/gpu/vg.hpp"
 
+#include "velmora/platform/error.hpp"
+#include "velmora/platform/gl_context.hpp"
+#include "velmora/platform/input.hpp"
+#include "velmora/platform/window.hpp"
+
 #include "velmora/scene/scene.hpp"
 #include "velmora/scene/widget.hpp"
 
