@@ -19,6 +19,8 @@
 #include "velmora/scene/widget.hpp"
 
 #include "velmora/widgets/basic.hpp"
+#include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/control_kind.hpp"
 #include "velmora/widgets/dialogs.hpp"
 #include "velmora/widgets/menus.hpp"
+#include "velmora/widgets/range.hpp"
