@@ -1,0 +1,358 @@
+// Ui frames driven by Input records on a Canvas without a renderer (text measures 0.6 em, so
+// 8.4 units per code point at 14): what fires, who holds focus and the press, and what each
+// control reports.
+#include "velmora/immediate/ui.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace velmora::ui {
+namespace {
+
+Input at(float x, float y, bool down = false, bool pressed = false, bool released = false) {
+    Input in;
+    in.mouse = {x, y};
+    in.mouse_down = down;
+    in.mouse_pressed = pressed;
+    in.mouse_released = released;
+    return in;
+}
+Input press(float x, float y) { return at(x, y, true, true); }
+Input drag(float x, float y) { return at(x, y, true); }
+Input release(float x, float y) { return at(x, y, false, false, true); }
+Input keys(bool Input::*flag, bool shift = false) {
+    Input in;
+    in.*flag = true;
+    in.shift = shift;
+    return in;
+}
+struct Harness {
+    Canvas canvas;
+    Ui ui;
+
+    template <class Controls> void frame(const Input& in, Controls&& controls) {
+        canvas.begin(800, 600, Theme{});
+        ui.begin(canvas, in);
+        controls();
+        ui.end();
+    }
+    // A press and a release at one point; returns how often the controls reported true.
+    template <class Controls> int click(float x, float y, Controls&& controls) {
+        int fired = 0;
+        frame(press(x, y), [&] { fired += controls(); });
+        frame(release(x, y), [&] { fired += controls(); });
+        return fired;
+    }
+};
+
+const Rect a_rect{10, 10, 100, 30};
+const Rect b_rect{10, 50, 100, 30};
+
+template <class E, class F> void expect_message(F&& call, const char* message) {
+    try {
+        call();
+        ADD_FAILURE() << "no exception, expected " << message;
+    } catch (const E& e) {
+        EXPECT_STREQ(e.what(), message);
+    }
+}
+
+// ---- frame and identifiers ----------------------------------------------------------------------
+
+TEST(UiFrame, MisuseIsReportedByName) {
+    Harness h;
+    expect_message<std::logic_error>([&] { h.ui.end(); }, "Ui::begin() missing");
+    expect_message<std::logic_error>([&] { h.ui.button("a", a_rect, "A"); }, "Controls require Ui::begin()");
+    expect_message<std::logic_error>([&] { h.ui.progress(a_rect, 0.5f); }, "Controls require Ui::begin()");
+    h.canvas.begin(800, 600, Theme{});
+    h.ui.begin(h.canvas, Input{});
+    expect_message<std::logic_error>([&] { h.ui.begin(h.canvas, Input{}); }, "Ui::end() missing");
+    expect_message<std::invalid_argument>([&] { h.ui.button("", a_rect, "A"); }, "Empty widget ID");
+    h.ui.button("a", a_rect, "A");
+    bool on = false;
+    expect_message<std::logic_error>([&] { h.ui.checkbox("a", b_rect, "A", on); }, "Duplicate widget ID: a");
+    h.ui.end();
+    h.frame(Input{}, [&] { EXPECT_NO_THROW(h.ui.button("a", a_rect, "A")); });
+}
+
+TEST(UiFrame, BadArgumentsThrow) {
+    Harness h;
+    h.frame(Input{}, [&] {
+        double v = 0;
+        EXPECT_THROW(h.ui.slider("s1", a_rect, v, 1.0, 1.0), std::invalid_argument);
+        EXPECT_THROW(h.ui.slider("s2", a_rect, v, 0.0, std::nan("")), std::invalid_argument);
+        v = std::nan("");
+        EXPECT_THROW(h.ui.slider("s3", a_rect, v, 0.0, 1.0), std::invalid_argument);
+        EXPECT_THROW(h.ui.progress(a_rect, std::nanf("")), std::invalid_argument);
+        EXPECT_THROW(h.ui.label(a_rect, "x", 300), std::invalid_argument);
+    });
+}
+
+// ---- press and release --------------------------------------------------------------------------
+
+TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFire) {
+    Harness h;
+    int a = 0;
+    int b = 0;
+    auto both = [&] {
+        a += h.ui.button("a", a_rect, "A");
+        b += h.ui.button("b", b_rect, "B");
+    };
+    h.frame(press(20, 20), both);
+    EXPECT_EQ(h.ui.active(), "a");
+    EXPECT_EQ(a, 0);
+    h.frame(release(20, 20), both);
+    EXPECT_EQ(a, 1);
+    h.frame(press(20, 20), both);
+    h.frame(drag(20, 60), both);
+    h.frame(release(20, 60), both);
+    EXPECT_EQ(a + b, 1);
+    EXPECT_EQ(h.ui.active(), "");
+}
+
+TEST(UiPointer, TheFirstControlCalledUnderThePointerTakesThePress) {
+    Harness h;
+    int first = 0;
+    int second = 0;
+    h.click(30, 25, [&] {
+        first += h.ui.button("first", a_rect, "1");
+        second += h.ui.button("second", {20, 20, 100, 30}, "2");
+        return 0;
+    });
+    EXPECT_EQ(first, 1);
+    EXPECT_EQ(second, 0);
+}
+
+TEST(UiPointer, AControlCutByTheCanvasClipIsHitOnlyInsideIt) {
+    Harness h;
+    auto clipped = [&] {
+        h.canvas.clip({0, 0, 800, 15});
+        const bool fired = h.ui.button("a", a_rect, "A");
+        h.canvas.clip({0, 0, 800, 600});
+        return fired;
+    };
+    EXPECT_EQ(h.click(20, 20, clipped), 0);
+    EXPECT_EQ(h.click(20, 12, clipped), 1);
+}
+
+// ---- focus ----------------------------------------------------------------------------------------
+
+TEST(UiFocus, TabFollowsLastFramesCallOrderAndWraps) {
+    Harness h;
+    auto three = [&] {
+        h.ui.button("a", a_rect, "A");
+        h.ui.button("b", b_rect, "B");
+        h.ui.button("c", {10, 90, 100, 30}, "C");
+    };
+    const std::vector<std::pair<Input, std::string>> steps{
+        {keys(&Input::tab), ""}, // first frame: no order known yet
+        {keys(&Input::tab), "a"},       {keys(&Input::tab), "b"},       {keys(&Input::tab), "c"},
+        {keys(&Input::tab), "a"},       {keys(&Input::tab, true), "c"}, {keys(&Input::escape), ""},
+        {keys(&Input::tab, true), "c"},
+    };
+    for (const auto& [in, focus] : steps) {
+        h.frame(in, three);
+        EXPECT_EQ(h.ui.focus(), focus);
+    }
+}
+
+TEST(UiFocus, EnterAndSpaceFireTheFocusedControlOnly) {
+    Harness h;
+    h.ui.focus("b");
+    int a = 0;
+    int b = 0;
+    for (const Input& in : {keys(&Input::enter), keys(&Input::space)})
+        h.frame(in, [&] {
+            a += h.ui.button("a", a_rect, "A");
+            b += h.ui.button("b", b_rect, "B");
+        });
+    EXPECT_EQ(a, 0);
+    EXPECT_EQ(b, 2);
+}
+
+TEST(UiFocus, FocusIsLostByAPressOnNothingAtTheEndAndByAControlNotCalled) {
+    Harness h;
+    h.ui.focus("a");
+    h.frame(press(500, 500), [&] {
+        h.ui.button("a", a_rect, "A");
+        EXPECT_EQ(h.ui.focus(), "a");
+    });
+    EXPECT_EQ(h.ui.focus(), "");
+    h.ui.focus("a");
+    h.frame(Input{}, [&] { h.ui.button("b", b_rect, "B"); });
+    EXPECT_EQ(h.ui.focus(), "");
+}
+
+// ---- popups ---------------------------------------------------------------------------------------
+
+struct ComboScene {
+    Harness h;
+    std::vector<std::string> items{"Red", "Green", "Blue"};
+    int choice = 2;
+    int under = 0; // a button called before the combo, beneath its first option
+    int aside = 0; // a button called after it, away from the popup
+    bool changed = false;
+
+    void run(const Input& in) {
+        h.frame(in, [&] {
+            under += h.ui.button("under", {10, 44, 160, 30}, "Under");
+            changed = h.ui.combo("colour", {10, 10, 160, 30}, items, choice);
+            aside += h.ui.button("aside", {300, 10, 100, 30}, "Aside");
+        });
+    }
+    void click(float x, float y) {
+        run(press(x, y));
+        run(release(x, y));
+    }
+};
+
+TEST(UiPopup, AnOptionOverAnEarlierControlWinsThePress) {
+    ComboScene s;
+    s.click(20, 20);
+    EXPECT_EQ(s.h.ui.open_popup(), "colour");
+    s.click(20, 60);
+    EXPECT_EQ(s.choice, 0);
+    EXPECT_TRUE(s.changed);
+    EXPECT_EQ(s.under, 0);
+    EXPECT_EQ(s.h.ui.open_popup(), "");
+    EXPECT_EQ(s.h.ui.focus(), "colour");
+}
+
+TEST(UiPopup, ControlsOutsideAnOpenPopupAreHeldStillUntilItCloses) {
+    ComboScene s;
+    s.click(20, 20);
+    s.run(press(310, 20));
+    EXPECT_EQ(s.h.ui.active(), "");
+    EXPECT_EQ(s.h.ui.open_popup(), ""); // a press nothing took closes it
+    s.run(release(310, 20));
+    EXPECT_EQ(s.aside, 0);
+    s.click(310, 20);
+    EXPECT_EQ(s.aside, 1);
+    s.click(20, 20);
+    s.run(keys(&Input::escape));
+    EXPECT_EQ(s.h.ui.open_popup(), "");
+}
+
+TEST(UiPopup, TheOpenListIsDrawnAfterEverythingElse) {
+    ComboScene s;
+    s.click(20, 20);
+    s.run(Input{});
+    const auto& commands = s.h.canvas.commands();
+    std::vector<std::size_t> backdrops;
+    for (std::size_t i = 0; i < commands.size(); ++i)
+        if (static_cast<int>(commands[i].slot[0]) == kind_backdrop) backdrops.push_back(i);
+    ASSERT_EQ(backdrops.size(), 1u);
+    // The glass of "aside", called last, comes before it; the popup box right after it.
+    EXPECT_EQ(static_cast<int>(commands[backdrops[0] + 1].slot[0]), kind_glass);
+    EXPECT_FLOAT_EQ(commands[backdrops[0] + 1].slot[2], 44);
+}
+
+// ---- controls -------------------------------------------------------------------------------------
+
+TEST(UiControls, TogglesReportOnlyRealChanges) {
+    Harness h;
+    bool check = false;
+    bool on = true;
+    int radio = 0;
+    EXPECT_EQ(h.click(20, 20, [&] { return h.ui.checkbox("c", a_rect, "Check", check); }), 1);
+    EXPECT_TRUE(check);
+    EXPECT_EQ(h.click(20, 60, [&] { return h.ui.toggle("t", b_rect, "On", on); }), 1);
+    EXPECT_FALSE(on);
+    auto radios = [&] {
+        return h.ui.radio("r0", a_rect, "0", radio, 0) + h.ui.radio("r1", b_rect, "1", radio, 1);
+    };
+    EXPECT_EQ(h.click(20, 20, radios), 0); // already chosen
+    EXPECT_EQ(h.click(20, 60, radios), 1);
+    EXPECT_EQ(radio, 1);
+}
+
+TEST(UiControls, SliderFollowsTheDragAndTheKeys) {
+    Harness h;
+    const Rect r{100, 100, 218, 30}; // track from 109 to 309
+    double value = 0;
+    bool changed = false;
+    auto control = [&] { changed = h.ui.slider("s", r, value, 0.0, 10.0); };
+    h.frame(press(209, 110), control);
+    EXPECT_TRUE(changed);
+    EXPECT_DOUBLE_EQ(value, 5);
+    h.frame(drag(1000, 110), control);
+    EXPECT_DOUBLE_EQ(value, 10);
+    h.frame(drag(1000, 110), control);
+    EXPECT_FALSE(changed);
+    h.frame(release(1000, 110), control);
+    h.frame(at(109, 110), control); // hovering moves nothing
+    EXPECT_DOUBLE_EQ(value, 10);
+
+    float f = 0.5f;
+    h.ui.focus("f");
+    h.frame(keys(&Input::right), [&] { changed = h.ui.slider("f", r, f, 0.0f, 1.0f, 0.25f); });
+    EXPECT_FLOAT_EQ(f, 0.75f);
+    h.frame(keys(&Input::home), [&] { h.ui.slider("f", r, f, 0.0f, 1.0f, 0.25f); });
+    EXPECT_FLOAT_EQ(f, 0);
+}
+
+TEST(UiControls, TabsPickTheSegmentUnderTheReleaseAndStepWithArrows) {
+    Harness h;
+    const std::vector<std::string> items{"One", "Two", "Three"};
+    int selected = 0;
+    const Rect r{0, 0, 300, 30};
+    auto tabs = [&] { return h.ui.tabs("t", r, items, selected); };
+    EXPECT_EQ(h.click(250, 10, tabs), 1);
+    EXPECT_EQ(selected, 2);
+    bool changed = true;
+    h.frame(keys(&Input::right), [&] { changed = tabs(); });
+    EXPECT_FALSE(changed); // already the last
+    h.frame(keys(&Input::left), tabs);
+    EXPECT_EQ(selected, 1);
+}
+
+TEST(UiControls, ListScrollsSelectsAndKeepsTheKeyboardRowInView) {
+    Harness h;
+    std::vector<std::string> items;
+    for (int i = 0; i < 20; ++i) items.push_back("Row " + std::to_string(i));
+    int selected = 42;
+    const Rect r{0, 0, 200, 120}; // four rows of 30
+    auto list = [&] { return h.ui.list("l", r, items, selected); };
+    h.frame(Input{}, list);
+    EXPECT_EQ(selected, 19); // clamped
+    Input wheel = at(50, 50);
+    wheel.wheel = -1; // towards the user: three rows down
+    h.frame(wheel, list);
+    EXPECT_EQ(h.click(50, 5, list), 1);
+    EXPECT_EQ(selected, 3);
+    h.frame(keys(&Input::end), list);
+    EXPECT_EQ(selected, 19);
+    h.click(50, 115, list); // the last row was scrolled into view
+    EXPECT_EQ(selected, 19);
+}
+
+TEST(UiControls, MaterialSettingsNeverLeaveTheThemeInvalid) {
+    Harness h;
+    Theme theme;
+    const Rect r{0, 0, 500, 400};
+    auto group = [&] { return h.ui.material_settings("m", r, theme); };
+    for (float x : {1000.0f, -1000.0f}) {
+        for (int row = 0; row < 9; ++row) { // sliders, 32 high each
+            const float y = 16 + 32.0f * static_cast<float>(row);
+            bool changed = false;
+            h.frame(press(300, y), [&] { changed |= group(); });
+            h.frame(drag(x, y), [&] { changed |= group(); });
+            h.frame(release(x, y), group);
+            EXPECT_TRUE(changed) << row;
+            EXPECT_NO_THROW(theme.validate()) << row;
+        }
+    }
+    EXPECT_FLOAT_EQ(theme.text_contrast, 0.5f);
+    const bool cubic = theme.cubic_corners;
+    h.click(20, 16 + 32 * 9, group);
+    EXPECT_NE(theme.cubic_corners, cubic);
+    theme.blur = 2;
+    h.frame(Input{}, [&] { EXPECT_THROW(group(), std::invalid_argument); });
+}
+
+} // namespace
+} // namespace velmora::ui
