@@ -1,0 +1,53 @@
+// The atlas arithmetic on its own: raster sizes, the shelf packer's edges, the UTF-16 walk.
+#include "velmora/renderer/atlas.hpp"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace atlas = velmora::ui::atlas;
+
+TEST(RasterSize, RoundsTwiceTheDeviceSizeAndNeverReachesZero) {
+    EXPECT_EQ(atlas::raster_size(1, 14), 28);
+    EXPECT_EQ(atlas::raster_size(1.5f, 13), 39);
+    EXPECT_EQ(atlas::raster_size(1, 0.2f), 1); // 0.4 rounds to 0
+    EXPECT_EQ(atlas::raster_size(1.0f / 32768, 1), 1);
+    // Absurd sizes still give a font request that can be made, and fail later on the extent.
+    EXPECT_EQ(atlas::raster_size(16384, 1e30f), 65535);
+}
+
+TEST(Shelf, ACellEndingExactlyAtTheEdgeStaysOnTheRow) {
+    atlas::Shelf shelf;
+    ASSERT_TRUE(shelf.fit(2000, 30));
+    shelf.take(2000, 30);
+    ASSERT_TRUE(shelf.fit(48, 20));
+    EXPECT_EQ(shelf.x, 2000);
+    EXPECT_EQ(shelf.y, 0);
+    shelf.take(48, 20);
+    EXPECT_EQ(shelf.row_height, 30);
+
+    atlas::Shelf wider;
+    wider.take(2000, 30);
+    ASSERT_TRUE(wider.fit(49, 20)); // one pixel more: next row, below the tallest cell
+    EXPECT_EQ(wider.x, 0);
+    EXPECT_EQ(wider.y, 30);
+    EXPECT_EQ(wider.row_height, 0);
+}
+
+TEST(Shelf, FullWhenACellWouldCrossTheBottom) {
+    atlas::Shelf shelf;
+    shelf.y = 2000;
+    EXPECT_TRUE(shelf.fit(10, 48));
+    EXPECT_FALSE(shelf.fit(10, 49));
+    shelf.take(10, 48);
+    EXPECT_FALSE(shelf.fit(2048, 1)); // wraps below the last row, where nothing is left
+}
+
+TEST(CodePointWalk, SurrogatePairsJoinAndALoneHighSurrogateAtTheEndStandsAlone) {
+    const std::u16string text = u"a\U0001F600\xD83D";
+    std::size_t i = 0;
+    EXPECT_EQ(atlas::next_code_point(text, i), U'a');
+    EXPECT_EQ(atlas::next_code_point(text, i), U'\U0001F600');
+    EXPECT_EQ(i, 3u);
+    EXPECT_EQ(atlas::next_code_point(text, i), char32_t{0xD83D});
+    EXPECT_EQ(i, text.size());
+}

@@ -1,0 +1,96 @@
+// save_png: what lands in the file, and where failures are caught.
+#include "velmora/renderer/png.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <png.h>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using velmora::ui::Pixels;
+using velmora::ui::save_png;
+
+class PngTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir = fs::temp_directory_path() / ("velmora-png-" + std::to_string(getpid()));
+        fs::create_directories(dir);
+    }
+    void TearDown() override { fs::remove_all(dir); }
+
+    // Every byte through libpng's own reader, as 8-bit RGBA.
+    static Pixels load(const fs::path& path) {
+        png_image image{};
+        image.version = PNG_IMAGE_VERSION;
+        EXPECT_TRUE(png_image_begin_read_from_file(&image, path.c_str())) << image.message;
+        image.format = PNG_FORMAT_RGBA;
+        Pixels out{static_cast<int>(image.width), static_cast<int>(image.height), {}};
+        out.data.resize(PNG_IMAGE_SIZE(image));
+        EXPECT_TRUE(png_image_finish_read(&image, nullptr, out.data.data(), 0, nullptr)) << image.message;
+        return out;
+    }
+
+    fs::path dir;
+};
+
+// Every channel takes values that differ per pixel, and some pixels are fully transparent.
+Pixels pattern(int width, int height) {
+    Pixels p{width, height, std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height * 4)};
+    for (std::size_t i = 0; i < p.data.size(); ++i) p.data[i] = static_cast<std::uint8_t>(i * 37 + i / 7);
+    for (std::size_t i = 3; i < p.data.size(); i += 12) p.data[i] = 0;
+    return p;
+}
+
+TEST_F(PngTest, EveryByteRoundTripsIncludingTransparentPixels) {
+    const Pixels original = pattern(13, 7); // odd sizes catch stride mistakes
+    const fs::path path = dir / "round.png";
+    save_png(path.string(), original);
+    const Pixels back = load(path);
+    EXPECT_EQ(back.width, 13);
+    EXPECT_EQ(back.height, 7);
+    EXPECT_EQ(back.data, original.data);
+
+    save_png(path.string(), pattern(2, 3)); // an existing file is replaced
+    EXPECT_EQ(load(path).data, pattern(2, 3).data);
+}
+
+TEST_F(PngTest, ABadRecordIsRejectedBeforeAnyFileIsOpened) {
+    Pixels shorter = pattern(4, 4);
+    shorter.data.pop_back();
+    const fs::path path = dir / "never.png";
+    for (const Pixels& bad : {shorter, Pixels{0, 4, {}}, Pixels{4, -1, std::vector<std::uint8_t>(16)},
+                              Pixels{2, 2, std::vector<std::uint8_t>(17)}}) {
+        try {
+            save_png(path.string(), bad);
+            ADD_FAILURE() << "accepted " << bad.width << "x" << bad.height;
+        } catch (const std::invalid_argument& e) {
+            EXPECT_STREQ(e.what(), "PNG dimensions");
+        }
+        EXPECT_FALSE(fs::exists(path));
+    }
+}
+
+TEST_F(PngTest, AMissingDirectoryFailsAsOutputWithTheSystemCode) {
+    try {
+        save_png((dir / "absent" / "x.png").string(), pattern(1, 1));
+        ADD_FAILURE() << "no exception";
+    } catch (const std::runtime_error& e) {
+        EXPECT_EQ(std::string(e.what()), "PNG output (errno=" + std::to_string(ENOENT) + ")");
+    }
+}
+
+TEST_F(PngTest, ANonAsciiNameIsWrittenUnderThatName) {
+    const std::string name = "截图-ünïcode.png";
+    save_png((dir / name).string(), pattern(3, 3));
+    bool found = false;
+    for (const auto& entry : fs::directory_iterator(dir)) found |= entry.path().filename().string() == name;
+    EXPECT_TRUE(found);
+    EXPECT_EQ(load(dir / name).data, pattern(3, 3).data);
+}
+
+} // namespace

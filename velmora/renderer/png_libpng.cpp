@@ -1,0 +1,75 @@
+// save_png over libpng. The steps keep the words of the other platforms' encoder, so a
+// failure reads the same everywhere; libpng's own message is not passed on.
+#include "velmora/renderer/png.hpp"
+
+#include "velmora/platform/error.hpp"
+
+#include <cerrno>
+#include <csetjmp>
+#include <cstdio>
+#include <png.h>
+#include <stdexcept>
+
+namespace velmora::ui {
+
+namespace {
+
+// Owns the FILE and the libpng structures, so every exit path releases them.
+struct Writer {
+    std::FILE* file = nullptr;
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    const char* step = "PNG encoder";
+
+    ~Writer() {
+        if (png) png_destroy_write_struct(&png, info ? &info : nullptr);
+        if (file) std::fclose(file);
+    }
+};
+
+[[noreturn]] void fail(const char* what) { throw std::runtime_error(what); }
+
+// libpng reports errors by longjmp; nothing with a destructor lives between setjmp and here.
+void write_all(Writer& w, const Pixels& pixels) {
+    if (setjmp(png_jmpbuf(w.png))) fail(w.step);
+    png_init_io(w.png, w.file);
+    w.step = "PNG size";
+    png_set_IHDR(w.png, w.info, static_cast<png_uint_32>(pixels.width),
+                 static_cast<png_uint_32>(pixels.height), 8, PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    w.step = "PNG frame";
+    png_write_info(w.png, w.info);
+    w.step = "PNG pixels";
+    const std::size_t stride = static_cast<std::size_t>(pixels.width) * 4;
+    for (int y = 0; y < pixels.height; ++y)
+        png_write_row(w.png, pixels.data.data() + stride * static_cast<std::size_t>(y));
+    w.step = "PNG commit";
+    png_write_end(w.png, nullptr);
+}
+
+} // namespace
+
+void save_png(const std::string& path, const Pixels& pixels) {
+    // Divided rather than multiplied, so that no int sizes can make the product wrap.
+    const std::size_t texels = pixels.data.size() / 4;
+    if (pixels.width <= 0 || pixels.height <= 0 || pixels.data.size() % 4 != 0 ||
+        texels % static_cast<std::size_t>(pixels.width) != 0 ||
+        texels / static_cast<std::size_t>(pixels.width) != static_cast<std::size_t>(pixels.height))
+        throw std::invalid_argument("PNG dimensions");
+
+    Writer w;
+    w.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    if (!w.png) fail("PNG encoder");
+    w.info = png_create_info_struct(w.png);
+    if (!w.info) fail("PNG encoder");
+
+    errno = 0;
+    w.file = std::fopen(path.c_str(), "wb");
+    if (!w.file) errno_error("PNG output");
+    write_all(w, pixels);
+    std::FILE* file = w.file;
+    w.file = nullptr;
+    if (std::fclose(file) != 0) fail("PNG commit");
+}
+
+} // namespace velmora::ui
