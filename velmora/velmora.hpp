@@ -15,6 +15,10 @@
 #include "velmora/platform/input.hpp"
 #include "velmora/platform/window.hpp"
 
+#include "velmora/renderer/pixels.hpp"
+#include "velmora/renderer/png.hpp"
+#include "velmora/renderer/renderer.hpp"
+
 #include "velmora/scene/scene.hpp"
 #include "velmora/scene/widget.hpp"
 
