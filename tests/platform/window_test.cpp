@@ -1,0 +1,402 @@
+// Window tests: real SDL windows (hidden; offscreen EGL without a display, X11 under Xvfb),
+// with input driven through SDL's own event queue.
+#include "velmora/platform/error.hpp"
+#include "velmora/platform/gl_context.hpp"
+#include "velmora/platform/window.hpp"
+
+#include <SDL.h>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace ui = velmora::ui;
+
+namespace {
+
+template <typename Exception, typename F> std::string message_of(F&& f) {
+    try {
+        f();
+    } catch (const Exception& e) {
+        return e.what();
+    }
+    return "(no exception)";
+}
+
+ui::WindowOptions hidden(int w = 320, int h = 200) { return {"test", w, h, false}; }
+
+// Pushes synthetic events addressed to one window, as the platform would deliver them.
+class Events {
+public:
+    explicit Events(const ui::Window& w)
+        : id_(SDL_GetWindowID(static_cast<SDL_Window*>(w.native_handle()))) {}
+
+    void key(SDL_Keycode sym, Uint16 mod = KMOD_NONE, bool down = true) const {
+        SDL_Event e{};
+        e.type = down ? SDL_KEYDOWN : SDL_KEYUP;
+        e.key.windowID = id_;
+        e.key.state = down ? SDL_PRESSED : SDL_RELEASED;
+        e.key.keysym.sym = sym;
+        e.key.keysym.mod = mod;
+        push(e);
+    }
+    void text(const char* utf8) const {
+        SDL_Event e{};
+        e.type = SDL_TEXTINPUT;
+        e.text.windowID = id_;
+        std::strncpy(e.text.text, utf8, sizeof e.text.text - 1);
+        push(e);
+    }
+    void motion(int x, int y) const {
+        SDL_Event e{};
+        e.type = SDL_MOUSEMOTION;
+        e.motion.windowID = id_;
+        e.motion.x = x;
+        e.motion.y = y;
+        push(e);
+    }
+    void button(Uint8 which, bool down, int x = 10, int y = 20) const {
+        SDL_Event e{};
+        e.type = down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP;
+        e.button.windowID = id_;
+        e.button.button = which;
+        e.button.state = down ? SDL_PRESSED : SDL_RELEASED;
+        e.button.x = x;
+        e.button.y = y;
+        push(e);
+    }
+    void wheel(float notches, bool flipped = false) const {
+        SDL_Event e{};
+        e.type = SDL_MOUSEWHEEL;
+        e.wheel.windowID = id_;
+        e.wheel.y = static_cast<Sint32>(notches);
+        e.wheel.preciseY = notches;
+        e.wheel.direction = flipped ? SDL_MOUSEWHEEL_FLIPPED : SDL_MOUSEWHEEL_NORMAL;
+        push(e);
+    }
+    void window(SDL_WindowEventID what) const {
+        SDL_Event e{};
+        e.type = SDL_WINDOWEVENT;
+        e.window.windowID = id_;
+        e.window.event = what;
+        push(e);
+    }
+
+private:
+    static void push(SDL_Event& e) { ASSERT_EQ(SDL_PushEvent(&e), 1) << SDL_GetError(); }
+    Uint32 id_;
+};
+
+class WindowTest : public ::testing::Test {
+protected:
+    ui::Window window{hidden()};
+    Events send{window};
+
+    const ui::Input& poll() {
+        EXPECT_TRUE(window.poll());
+        return window.input();
+    }
+};
+
+} // namespace
+
+// ---- construction -----------------------------------------------------------
+
+TEST(WindowCreate, RejectsSizesOutsideTheLimits) {
+    for (auto [w, h] : {std::pair{63, 200}, {320, 63}, {16385, 200}, {320, 16385}, {-1, 200}})
+        EXPECT_EQ(message_of<std::invalid_argument>([&] { ui::Window window(hidden(w, h)); }), "Window size")
+            << w << "x" << h;
+    EXPECT_EQ(message_of<std::invalid_argument>([] {
+                  ui::Window window({"\xC0\xAF", 320, 200, false});
+              }),
+              "Invalid UTF-8");
+}
+
+TEST(WindowCreate, HiddenWindowHasTheSizeAndABackBufferToDrawTo) {
+    ui::Window window(hidden(96, 64));
+    EXPECT_EQ(window.width(), 96);
+    EXPECT_EQ(window.height(), 64);
+    EXPECT_FLOAT_EQ(window.dpi_scale(), 1);
+
+    using ClearColor = void (*)(float, float, float, float);
+    using Clear = void (*)(unsigned);
+    using ReadPixels = void (*)(int, int, int, int, unsigned, unsigned, void*);
+    const auto clear_color = reinterpret_cast<ClearColor>(SDL_GL_GetProcAddress("glClearColor"));
+    const auto clear = reinterpret_cast<Clear>(SDL_GL_GetProcAddress("glClear"));
+    const auto read = reinterpret_cast<ReadPixels>(SDL_GL_GetProcAddress("glReadPixels"));
+    ASSERT_TRUE(clear_color && clear && read);
+    clear_color(0, 1, 0, 1);
+    clear(0x4000); // colour buffer
+    std::uint8_t corner[4] = {}, far_corner[4] = {};
+    read(0, 0, 1, 1, 0x1908, 0x1401, corner); // RGBA, unsigned byte
+    read(95, 63, 1, 1, 0x1908, 0x1401, far_corner);
+    EXPECT_EQ(corner[0], 0);
+    EXPECT_EQ(corner[1], 255);
+    EXPECT_EQ(far_corner[1], 255);
+    window.swap();
+}
+
+TEST(WindowCreate, ContextIsCurrentAndThePreviousOneComesBack) {
+    ASSERT_EQ(ui::current_gl_context(), nullptr);
+    {
+        ui::Window outer(hidden());
+        void* outer_context = ui::current_gl_context();
+        ASSERT_NE(outer_context, nullptr);
+        {
+            ui::Window inner(hidden());
+            EXPECT_NE(ui::current_gl_context(), nullptr);
+            EXPECT_NE(ui::current_gl_context(), outer_context);
+        }
+        EXPECT_EQ(ui::current_gl_context(), outer_context);
+    }
+    EXPECT_EQ(ui::current_gl_context(), nullptr);
+}
+
+TEST(WindowCreate, VisibleWindowNeedsADisplay) {
+    if (std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY")) {
+        ui::Window shown({"v", 320, 200, true});
+        EXPECT_EQ(shown.width(), 320);
+        EXPECT_EQ(shown.height(), 200);
+        EXPECT_TRUE(shown.poll());
+        return;
+    }
+    const std::string alone = message_of<std::runtime_error>([] { ui::Window w({"v", 320, 200, true}); });
+    EXPECT_EQ(alone.rfind("No display (", 0), 0u) << alone;
+    // The headless driver already running must not be taken for a display either.
+    ui::Window headless(hidden());
+    EXPECT_EQ(message_of<std::runtime_error>([] {
+                  ui::Window w({"v", 320, 200, true});
+              }),
+              "No display (a visible window cannot use the headless video driver)");
+}
+
+TEST(WindowCreate, SystemErrorsNameTheStepAndTheReason) {
+    EXPECT_EQ(message_of<std::runtime_error>([] { ui::errno_error("PNG output", 2); }),
+              "PNG output (errno=2)");
+    SDL_SetError("no luck");
+    EXPECT_EQ(message_of<std::runtime_error>([] { ui::platform_error("SwapBuffers"); }),
+              "SwapBuffers (SDL: no luck)");
+}
+
+// ---- thread and lifetime ----------------------------------------------------
+
+TEST_F(WindowTest, EveryCallChecksTheThread) {
+    std::string poll_message, title_message, input_message;
+    std::thread other([&] {
+        poll_message = message_of<std::logic_error>([&] { window.poll(); });
+        title_message = message_of<std::logic_error>([&] { window.title("x"); });
+        input_message = message_of<std::logic_error>([&] { static_cast<void>(window.input()); });
+    });
+    other.join();
+    EXPECT_EQ(poll_message, "Window used from another thread");
+    EXPECT_EQ(title_message, poll_message);
+    EXPECT_EQ(input_message, poll_message);
+    EXPECT_TRUE(window.poll()); // the owner is unaffected
+}
+
+TEST_F(WindowTest, ClosingIsFinal) {
+    send.window(SDL_WINDOWEVENT_CLOSE);
+    EXPECT_FALSE(window.poll());
+    EXPECT_FALSE(window.poll());
+
+    ui::Window other(hidden());
+    other.close();
+    EXPECT_FALSE(other.poll());
+}
+
+TEST_F(WindowTest, EventsReachOnlyTheirOwnWindow) {
+    ui::Window second(hidden());
+    Events to_second(second);
+    to_second.key(SDLK_ESCAPE);
+    send.key(SDLK_TAB);
+    const ui::Input& first = poll();
+    EXPECT_TRUE(first.tab);
+    EXPECT_FALSE(first.escape);
+    ASSERT_TRUE(second.poll());
+    EXPECT_TRUE(second.input().escape);
+    EXPECT_FALSE(second.input().tab);
+}
+
+// ---- pointer ----------------------------------------------------------------
+
+TEST_F(WindowTest, MouseIsUnknownUntilSeenThenKeptAcrossPolls) {
+    EXPECT_EQ(poll().mouse.x, -1);
+    EXPECT_EQ(window.input().mouse.y, -1);
+    send.motion(30, 40);
+    EXPECT_EQ(poll().mouse.x, 30);
+    const ui::Input& later = poll();
+    EXPECT_EQ(later.mouse.x, 30);
+    EXPECT_EQ(later.mouse.y, 40);
+}
+
+TEST_F(WindowTest, LeftPressHoldsAcrossPollsAndReleasesOnce) {
+    send.button(SDL_BUTTON_LEFT, true, 5, 6);
+    const ui::Input& pressed = poll();
+    EXPECT_TRUE(pressed.mouse_pressed && pressed.mouse_down);
+    EXPECT_EQ(pressed.mouse.x, 5);
+    const ui::Input& held = poll();
+    EXPECT_TRUE(held.mouse_down);
+    EXPECT_FALSE(held.mouse_pressed);
+    send.button(SDL_BUTTON_LEFT, false, 7, 8);
+    const ui::Input& up = poll();
+    EXPECT_TRUE(up.mouse_released);
+    EXPECT_FALSE(up.mouse_down);
+    EXPECT_EQ(up.mouse.y, 8);
+}
+
+TEST_F(WindowTest, LosingFocusMidDragReleasesTheButtonOnce) {
+    send.button(SDL_BUTTON_LEFT, true);
+    send.window(SDL_WINDOWEVENT_FOCUS_LOST);
+    const ui::Input& lost = poll();
+    EXPECT_TRUE(lost.mouse_pressed);
+    EXPECT_TRUE(lost.mouse_released);
+    EXPECT_TRUE(lost.focus_lost);
+    EXPECT_FALSE(lost.mouse_down);
+    // The button comes up later, outside our knowledge of the press: no second release.
+    send.button(SDL_BUTTON_LEFT, false);
+    const ui::Input& after = poll();
+    EXPECT_FALSE(after.mouse_released);
+    EXPECT_FALSE(after.mouse_down);
+    EXPECT_FALSE(after.focus_lost);
+}
+
+TEST_F(WindowTest, RightButtonAndWheel) {
+    send.button(SDL_BUTTON_RIGHT, true);
+    send.button(SDL_BUTTON_RIGHT, false);
+    send.wheel(1);
+    send.wheel(1);
+    const ui::Input& in = poll();
+    EXPECT_TRUE(in.right_pressed && in.right_released);
+    EXPECT_FALSE(in.mouse_down || in.mouse_pressed);
+    EXPECT_FLOAT_EQ(in.wheel, 2);
+
+    send.wheel(0.5f);
+    send.wheel(1, true); // natural scrolling reports the other way round
+    EXPECT_FLOAT_EQ(poll().wheel, -0.5f);
+    EXPECT_FLOAT_EQ(poll().wheel, 0);
+}
+
+// ---- keys -------------------------------------------------------------------
+
+TEST_F(WindowTest, PlainKeysSetTheirFlagsAndTheLastVirtualKey) {
+    send.key(SDLK_LEFT);
+    send.key(SDLK_PAGEDOWN);
+    send.key(SDLK_KP_ENTER);
+    send.key(SDLK_DELETE);
+    send.key(SDLK_F5);
+    const ui::Input& in = poll();
+    EXPECT_TRUE(in.left && in.page_down && in.enter && in.delete_key);
+    EXPECT_FALSE(in.right || in.up || in.escape || in.ctrl);
+    EXPECT_EQ(in.key, 0x74u); // F5
+    EXPECT_EQ(poll().key, 0u);
+
+    send.key(SDLK_q);
+    send.key(SDLK_7);
+    EXPECT_EQ(poll().key, 0x37u);
+    send.key(SDLK_q);
+    EXPECT_EQ(poll().key, 0x51u);
+}
+
+TEST_F(WindowTest, EditShortcutsFollowTheModifiers) {
+    send.key(SDLK_z, KMOD_LCTRL);
+    const ui::Input& undo = poll();
+    EXPECT_TRUE(undo.undo && undo.ctrl);
+    EXPECT_FALSE(undo.redo);
+
+    send.key(SDLK_z, KMOD_LCTRL | KMOD_LSHIFT);
+    const ui::Input& redo = poll();
+    EXPECT_TRUE(redo.redo && redo.shift);
+    EXPECT_FALSE(redo.undo);
+
+    send.key(SDLK_a, KMOD_RCTRL);
+    send.key(SDLK_c, KMOD_RCTRL);
+    send.key(SDLK_x, KMOD_RCTRL);
+    send.key(SDLK_y, KMOD_RCTRL);
+    const ui::Input& all = poll();
+    EXPECT_TRUE(all.select_all && all.copy && all.cut && all.redo);
+
+    // A plain letter later in the same poll takes the shortcut back.
+    send.key(SDLK_a, KMOD_LCTRL);
+    send.key(SDLK_a);
+    send.key(SDLK_z, KMOD_LCTRL);
+    send.key(SDLK_z);
+    const ui::Input& taken_back = poll();
+    EXPECT_FALSE(taken_back.select_all || taken_back.undo || taken_back.redo || taken_back.ctrl);
+}
+
+TEST_F(WindowTest, AltMakesASystemKeyUnlessCtrlIsHeld) {
+    send.key(SDLK_LEFT, KMOD_LALT);
+    const ui::Input& alt = poll();
+    EXPECT_FALSE(alt.left || alt.alt);
+    EXPECT_EQ(alt.key, 0u);
+
+    send.key(SDLK_LEFT, KMOD_LALT | KMOD_LCTRL);
+    const ui::Input& ctrl_alt = poll();
+    EXPECT_TRUE(ctrl_alt.left && ctrl_alt.alt && ctrl_alt.ctrl);
+}
+
+TEST_F(WindowTest, KeyUpUpdatesTheModifiers) {
+    send.key(SDLK_LSHIFT, KMOD_LSHIFT);
+    EXPECT_TRUE(poll().shift);
+    send.key(SDLK_LSHIFT, KMOD_LSHIFT);
+    send.key(SDLK_LSHIFT, KMOD_NONE, false);
+    EXPECT_FALSE(poll().shift);
+}
+
+// ---- text and clipboard -----------------------------------------------------
+
+TEST_F(WindowTest, TextIsDroppedUntilTextInputIsOn) {
+    send.text("a");
+    send.key(SDLK_v, KMOD_LCTRL);
+    window.clipboard_text("clip");
+    const ui::Input& off = poll();
+    EXPECT_EQ(off.text, "");
+    EXPECT_EQ(off.paste, "");
+
+    window.text_input(true);
+    send.text("a");
+    send.key(SDLK_v, KMOD_LCTRL);
+    const ui::Input& on = poll();
+    EXPECT_EQ(on.text, "a");
+    EXPECT_EQ(on.paste, "clip");
+
+    window.text_input(false);
+    send.text("b");
+    EXPECT_EQ(poll().text, "");
+}
+
+TEST_F(WindowTest, TypedTextKeepsAstralCharactersAndDropsControls) {
+    window.text_input(true);
+    send.text("\xF0\x9F\x98\x80"); // U+1F600, a surrogate pair on the wide side
+    send.text("\t\r\x7F\b");
+    send.text("\xC3\xA9\xC2\x85"); // é and NEL, a C1 control that is still text here
+    send.text("\xED\xA0\x80");     // an encoded lone surrogate is no text at all
+    EXPECT_EQ(poll().text, "\xF0\x9F\x98\x80\xC3\xA9\xC2\x85");
+}
+
+TEST_F(WindowTest, CtrlOrAltHeldTypesNothing) {
+    window.text_input(true);
+    send.key(SDLK_q, KMOD_LCTRL);
+    send.text("q");
+    EXPECT_EQ(poll().text, "");
+    send.key(SDLK_q, KMOD_LALT);
+    send.text("q");
+    EXPECT_EQ(poll().text, "");
+    send.key(SDLK_q);
+    send.text("q");
+    EXPECT_EQ(poll().text, "q");
+}
+
+TEST_F(WindowTest, ClipboardRoundTripAndValidation) {
+    window.text_input(true);
+    window.clipboard_text("\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80");
+    send.key(SDLK_v, KMOD_LCTRL);
+    send.key(SDLK_v, KMOD_LCTRL);
+    EXPECT_EQ(poll().paste,
+              "\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80");
+    EXPECT_EQ(message_of<std::invalid_argument>([&] { window.clipboard_text("\xFF"); }), "Invalid UTF-8");
+    EXPECT_EQ(message_of<std::invalid_argument>([&] { window.title("\xE4\xBD"); }), "Invalid UTF-8");
+}
