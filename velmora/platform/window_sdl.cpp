@@ -2,7 +2,8 @@
 //
 //   platform_error        the SDL form of a system failure
 //   keys                  SDL key symbols to virtual-key codes, one table
-//   video start-up        a display when one can be reached, else the headless EGL driver
+//   video start-up        a display when one can be reached, else the headless EGL driver;
+//                         the window class name
 //   event routing         several windows share SDL's one queue
 //   Impl                  the window's state and the event rules
 //   Window                the public calls
@@ -133,6 +134,18 @@ void start_video(bool visible) {
     if (!started) platform_error("Video start");
 }
 
+// The name window managers group and match our windows by (X11 WM_CLASS, Wayland app id).
+// Set once per process, at normal priority, so an environment setting of the same hint wins.
+constexpr const char* class_name = "VelmoraUI.Cpp.0.1";
+std::once_flag registered;
+
+void register_class() {
+    std::call_once(registered, [] {
+        SDL_SetHint("SDL_VIDEO_X11_WMCLASS", class_name);
+        SDL_SetHint("SDL_VIDEO_WAYLAND_WMCLASS", class_name);
+    });
+}
+
 // ---- event routing ----------------------------------------------------------
 
 // SDL has one event queue per process. Events for another Window are set aside for that
@@ -183,6 +196,7 @@ void Window::Impl::check() const {
 
 void Window::Impl::create(const WindowOptions& options) {
     static_cast<void>(wide(options.title)); // the same UTF-8 check as every later title
+    register_class();
     start_video(options.visible);
     video = true;
 
