@@ -1,0 +1,242 @@
+// Scene: dispatch, focus, overlays, notices and lookup, called directly.
+#include "frame_driver.hpp"
+
+#include "velmora/scene/scene.hpp"
+#include "velmora/widgets/basic.hpp"
+#include "velmora/widgets/containers.hpp"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace ui = velmora::ui;
+using velmora::test::FrameDriver;
+using velmora::test::Probe;
+
+namespace {
+
+std::shared_ptr<ui::Panel> overlay_panel(ui::Rect at = {0, 0, 200, 100}) {
+    auto p = std::make_shared<ui::Panel>("");
+    p->bounds = at;
+    return p;
+}
+
+} // namespace
+
+TEST(SceneDispatch, BubblesUntilHandledAndSurvivesRemoval) {
+    ui::Scene scene;
+    auto outer = scene.root()->emplace<Probe>("outer", ui::Rect{0, 0, 300, 300});
+    auto middle = outer->emplace<Probe>("middle", ui::Rect{0, 0, 200, 200});
+    auto inner = middle->emplace<Probe>("inner");
+    middle->handles = true;
+
+    ui::Event e;
+    e.type = ui::key_down;
+    e.key = 65;
+    EXPECT_TRUE(scene.dispatch(inner, e, true));
+    EXPECT_EQ(inner->seen.size(), 1u);
+    EXPECT_EQ(middle->seen.size(), 1u);
+    EXPECT_TRUE(outer->seen.empty());
+    EXPECT_FALSE(scene.dispatch(inner, e, false)); // no bubbling up to the handler
+    EXPECT_EQ(middle->seen.size(), 1u);
+    EXPECT_EQ(inner->seen.back().key, 65);
+
+    // A handler that removes its own widget, which nothing else holds any more.
+    std::weak_ptr<Probe> weak = inner;
+    middle->handles = false;
+    inner->on_event = [&](ui::Event&) { middle->remove(weak.lock()); };
+    auto target = std::move(inner);
+    EXPECT_FALSE(scene.dispatch(std::move(target), e, true));
+    EXPECT_TRUE(weak.expired());
+    // The walk read the parent after the handler ran: the detached widget had none left.
+    EXPECT_EQ(middle->seen.size(), 1u);
+    EXPECT_FALSE(scene.dispatch(nullptr, e, true));
+}
+
+TEST(SceneFocus, RulesAndEvents) {
+    ui::Scene scene;
+    auto a = scene.root()->emplace<Probe>("a");
+    auto b = scene.root()->emplace<Probe>("b");
+    scene.focus(a);
+    scene.focus(a);
+    EXPECT_EQ(a->types(), (std::vector<int>{ui::focus_gained}));
+    b->enabled = false;
+    scene.focus(b);
+    EXPECT_EQ(scene.focus(), a);
+    EXPECT_TRUE(b->seen.empty());
+    b->enabled = true;
+    scene.focus(b);
+    EXPECT_EQ(a->types(), (std::vector<int>{ui::focus_gained, ui::focus_lost_event}));
+    EXPECT_EQ(scene.focus(), b);
+    scene.focus(nullptr);
+    EXPECT_EQ(scene.focus(), nullptr);
+    EXPECT_EQ(b->count(ui::focus_lost_event), 1);
+}
+
+TEST(SceneFocus, RevealsInsideEveryScrollPane) {
+    ui::Scene scene;
+    auto outer = scene.root()->emplace<ui::ScrollPane>("");
+    outer->bounds = {0, 0, 300, 100};
+    auto inner = outer->emplace<ui::ScrollPane>("");
+    inner->bounds = {0, 150, 280, 100};
+    auto deep = inner->emplace<Probe>("deep", ui::Rect{0, 300, 100, 40});
+    FrameDriver run(scene);
+    run.frame();
+    scene.focus(deep);
+    EXPECT_FLOAT_EQ(inner->offset, 240); // its bottom at the inner pane's bottom
+    EXPECT_FLOAT_EQ(outer->offset, 150); // and the inner pane's window inside the outer one
+}
+
+TEST(SceneFocus, OrderStopsAtModalBarrierButNotAtKeepFocusPopup) {
+    ui::Scene scene;
+    auto in_root = scene.root()->emplace<Probe>("root");
+    auto lower = overlay_panel();
+    auto lower_probe = lower->emplace<Probe>("lower");
+    scene.show(lower, false, false, {0, 0}, true);
+    EXPECT_EQ(scene.focus_order(), (std::vector<std::shared_ptr<ui::Widget>>{in_root, lower_probe}));
+
+    auto completion = overlay_panel();
+    auto completion_probe = completion->emplace<Probe>("completion");
+    scene.show(completion, false, true, {0, 0}, true);
+    EXPECT_EQ(scene.focus_order().size(), 3u);
+
+    auto modal = overlay_panel();
+    auto modal_probe = modal->emplace<Probe>("modal");
+    scene.show(modal, true, false, {0, 0}, false);
+    EXPECT_EQ(scene.focus_order(), (std::vector<std::shared_ptr<ui::Widget>>{modal_probe}));
+    EXPECT_EQ(scene.focus(), modal_probe);
+
+    scene.close(modal.get());
+    EXPECT_EQ(scene.focus(), nullptr); // the focus before the modal opened
+}
+
+TEST(SceneOverlays, ShowValidatesPositionsAndReorders) {
+    ui::Scene scene;
+    scene.layout(800, 600);
+    EXPECT_THROW(scene.show(nullptr, false, false, {}, false), std::invalid_argument);
+    auto child = scene.root()->emplace<ui::Widget>();
+    try {
+        scene.show(child, false, false, {}, false);
+        FAIL();
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "Overlay must be unattached");
+    }
+
+    auto a = overlay_panel();
+    scene.show(a, false, false, {-1, 10}, false);
+    EXPECT_FLOAT_EQ(a->bounds.x, 300);
+    EXPECT_FLOAT_EQ(a->bounds.y, 10);
+    EXPECT_EQ(a->scene, &scene); // placed at once
+
+    auto b = overlay_panel();
+    scene.show(b, false, false, {790, 590}, false);
+    EXPECT_FLOAT_EQ(b->bounds.x, 600);
+    EXPECT_FLOAT_EQ(b->bounds.y, 500);
+
+    scene.show(a, false, false, {-1, -1}, false); // moves to the top, no duplicate
+    ASSERT_EQ(scene.overlays().size(), 2u);
+    EXPECT_EQ(scene.overlays().back().widget, a);
+
+    auto huge = overlay_panel({0, 0, 2000, 2000});
+    scene.show(huge, false, false, {50, 50}, false);
+    EXPECT_FLOAT_EQ(huge->bounds.x, 0);
+    EXPECT_FLOAT_EQ(huge->bounds.y, 0);
+
+    scene.close(child.get()); // not an overlay: nothing
+    EXPECT_EQ(scene.overlays().size(), 3u);
+    scene.close_top();
+    EXPECT_EQ(huge->scene, nullptr);
+    EXPECT_EQ(scene.overlays().size(), 2u);
+}
+
+TEST(SceneOverlays, PopupReplacesPopupButNotModal) {
+    ui::Scene scene;
+    scene.layout(800, 600);
+    auto first = overlay_panel();
+    auto second = overlay_panel();
+    scene.show(first, false, true, {0, 0}, false);
+    scene.show(second, false, true, {0, 0}, false);
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    EXPECT_EQ(scene.overlays().back().widget, second);
+
+    auto modal = overlay_panel();
+    scene.show(modal, true, false, {0, 0}, false);
+    scene.show(first, false, true, {0, 0}, false);
+    EXPECT_EQ(scene.overlays().size(), 3u);
+}
+
+TEST(SceneNotices, PlacementAndExpiry) {
+    ui::Scene scene;
+    FrameDriver run(scene, 1000, 600);
+    run.frame();
+    std::vector<std::shared_ptr<ui::Notification>> n;
+    for (int i = 0; i < 3; ++i) {
+        n.push_back(std::make_shared<ui::Notification>("t", "b"));
+        scene.notify(n.back(), i == 0 ? 0.0 : 10.0);
+    }
+    scene.notify(nullptr, 1);
+    EXPECT_FLOAT_EQ(n[0]->bounds.x, 1000 - 360 - 16);
+    EXPECT_FLOAT_EQ(n[0]->bounds.w, 360);
+    EXPECT_FLOAT_EQ(n[2]->bounds.y, 204);
+    EXPECT_DOUBLE_EQ(scene.notices()[0].expires, run.now + 0.1);
+
+    run.idle(0.2); // the first, given 0 seconds, lasts 0.1
+    ASSERT_EQ(scene.notices().size(), 2u);
+    auto fourth = std::make_shared<ui::Notification>("t", "b");
+    fourth->show(scene, 5);
+    EXPECT_FLOAT_EQ(fourth->bounds.y, 204); // over the third: notices don't move up
+
+    ui::Notification loose("t", "b");
+    EXPECT_THROW(loose.show(scene, 1), std::bad_weak_ptr);
+
+    ui::Scene narrow;
+    FrameDriver small(narrow, 300, 600);
+    small.frame();
+    auto squeezed = std::make_shared<ui::Notification>("t", "b");
+    narrow.notify(squeezed, 1);
+    EXPECT_FLOAT_EQ(squeezed->bounds.x, -16);
+    EXPECT_FLOAT_EQ(squeezed->bounds.w, 268);
+}
+
+TEST(SceneFind, SearchesTreeThenOverlaysButNotNotices) {
+    ui::Scene scene;
+    scene.layout(800, 600);
+    auto panel = overlay_panel();
+    auto inside = panel->emplace<ui::Widget>();
+    inside->id = "target";
+    scene.show(panel, false, false, {0, 0}, false);
+    EXPECT_EQ(scene.find("target"), inside);
+    EXPECT_EQ(scene.find(""), scene.root()); // an empty id matches the first empty id
+
+    auto note = std::make_shared<ui::Notification>("t", "b");
+    note->id = "note";
+    scene.notify(note, 5);
+    EXPECT_EQ(scene.find("note"), nullptr);
+
+    auto first = scene.root()->emplace<ui::Widget>();
+    first->id = "target";
+    EXPECT_EQ(scene.find("target"), first);
+}
+
+TEST(SceneLifetime, DestructionClearsSceneOfSurvivors) {
+    std::shared_ptr<ui::Widget> kept, shown;
+    std::shared_ptr<ui::Notification> note;
+    {
+        ui::Scene scene;
+        FrameDriver run(scene);
+        run.frame();
+        kept = scene.root()->emplace<ui::Widget>();
+        shown = overlay_panel();
+        scene.show(shown, false, false, {0, 0}, false);
+        note = std::make_shared<ui::Notification>("t", "b");
+        scene.notify(note, 5);
+        run.frame();
+        ASSERT_EQ(note->scene, &scene);
+    }
+    EXPECT_EQ(kept->scene, nullptr);
+    EXPECT_EQ(shown->scene, nullptr);
+    EXPECT_EQ(note->scene, nullptr);
+}

@@ -1,0 +1,231 @@
+// Basic controls: triggers, toggling, option groups, and what they paint.
+#include "../scene/frame_driver.hpp"
+
+#include "velmora/scene/scene.hpp"
+#include "velmora/widgets/basic.hpp"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ui = velmora::ui;
+using velmora::test::FrameDriver;
+using velmora::test::TextLog;
+
+namespace {
+
+ui::Event key(int code) {
+    ui::Event e;
+    e.type = ui::key_down;
+    e.key = code;
+    return e;
+}
+
+ui::Event release_at(ui::Vec2 p) {
+    ui::Event e;
+    e.type = ui::pointer_up;
+    e.position = p;
+    return e;
+}
+
+// Paints one control on its own and keeps the text it drew.
+struct Painted {
+    ui::Scene scene;
+    ui::Canvas canvas;
+    TextLog log;
+
+    explicit Painted(ui::Widget& w) {
+        canvas.begin(800, 600, scene.theme);
+        canvas.renderer(&log);
+        w.place(scene, {}, {0, 0, 800, 600});
+        ui::PaintContext context{canvas, scene, scene.theme, 0};
+        w.draw(context);
+    }
+    unsigned text_color() const { return log.entries.at(0).color; }
+};
+
+} // namespace
+
+// ---- buttons ----------------------------------------------------------------------------------
+
+TEST(Buttons, TriggersWhileEnabledOnly) {
+    ui::Button button("OK");
+    int clicks = 0;
+    button.on_activate = [&](ui::Widget&) { ++clicks; };
+    button.screen_bounds = {0, 0, 160, 36};
+
+    auto inside = release_at({10, 10}); // no press needed
+    button.event(inside);
+    auto outside = release_at({200, 10});
+    button.event(outside);
+    auto space = key(32), enter = key(13), other = key(65);
+    button.event(space);
+    button.event(enter);
+    button.event(other);
+    EXPECT_EQ(clicks, 3);
+    EXPECT_TRUE(inside.handled);
+    EXPECT_FALSE(outside.handled);
+    EXPECT_FALSE(other.handled);
+
+    button.enabled = false;
+    auto ignored = key(32);
+    button.event(ignored);
+    EXPECT_EQ(clicks, 3);
+    EXPECT_FALSE(ignored.handled);
+}
+
+TEST(Buttons, ToggleReportsChangeBeforeClick) {
+    ui::ToggleButton toggle("T");
+    std::vector<std::string> calls;
+    toggle.on_change = [&](ui::Widget&) { calls.push_back("change"); };
+    toggle.on_activate = [&](ui::Widget&) { calls.push_back("click"); };
+    auto e = key(32);
+    toggle.event(e);
+    EXPECT_TRUE(toggle.selected());
+    EXPECT_EQ(calls, (std::vector<std::string>{"change", "click"}));
+    toggle.selected(true); // no change
+    EXPECT_EQ(calls.size(), 2u);
+    auto again = key(13);
+    toggle.event(again);
+    EXPECT_FALSE(toggle.selected());
+}
+
+TEST(Buttons, RadioButtonSelectsButNeverClears) {
+    ui::RadioButton radio("R");
+    radio.selected(true);
+    int changes = 0, clicks = 0;
+    radio.on_change = [&](ui::Widget&) { ++changes; };
+    radio.on_activate = [&](ui::Widget&) { ++clicks; };
+    auto e = key(32);
+    radio.event(e);
+    EXPECT_TRUE(radio.selected());
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(clicks, 1);
+}
+
+TEST(Buttons, ClickCallbackMayDestroyItsButton) {
+    ui::Scene scene;
+    FrameDriver run(scene);
+    auto button = scene.root()->emplace<ui::Button>("Close");
+    std::weak_ptr<ui::Button> weak = button;
+    int runs = 0;
+    button->on_activate = [&scene, weak, &runs](ui::Widget&) {
+        scene.root()->remove(weak.lock());
+        ++runs;
+    };
+    button.reset();
+    run.click({10, 10});
+    EXPECT_EQ(runs, 1);
+    run.frame(); // the scene's hover reference lets go on the next hit test
+    EXPECT_TRUE(weak.expired());
+}
+
+// ---- option groups ----------------------------------------------------------------------------------
+
+TEST(ButtonGroups, SelectionClampsAndReportsOnce) {
+    ui::ButtonGroup group({"One", "Two", "Three"});
+    auto option = [&](int i) { return std::dynamic_pointer_cast<ui::ToggleButton>(group.children.at(i)); };
+    EXPECT_EQ(group.selected(), 0);
+    EXPECT_TRUE(option(0)->selected());
+    EXPECT_FALSE(option(1)->selected());
+
+    std::vector<std::string> calls;
+    option(2)->on_change = [&](ui::Widget&) { calls.push_back("option"); };
+    group.on_change = [&](ui::Widget&) { calls.push_back("group"); };
+    group.select(99);
+    EXPECT_EQ(group.selected(), 2);
+    EXPECT_EQ(calls, (std::vector<std::string>{"option", "group"}));
+    group.select(2);
+    EXPECT_EQ(calls.size(), 2u);
+    group.select(-5);
+    EXPECT_EQ(group.selected(), -1);
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(option(i)->selected());
+
+    ui::ButtonGroup empty;
+    empty.select(3);
+    EXPECT_EQ(empty.selected(), 0);
+}
+
+TEST(ButtonGroups, ClickingTheSelectedOptionKeepsItOn) {
+    ui::Scene scene;
+    FrameDriver run(scene);
+    auto group = scene.root()->emplace<ui::ButtonGroup>(std::vector<std::string>{"One", "Two", "Three"});
+    int changes = 0;
+    group->on_change = [&](ui::Widget&) { ++changes; };
+    run.frame();
+    run.click({10, 10});
+    EXPECT_EQ(group->selected(), 0);
+    EXPECT_TRUE(std::dynamic_pointer_cast<ui::ToggleButton>(group->children[0])->selected());
+    EXPECT_EQ(changes, 0);
+    run.click({110, 10});
+    EXPECT_EQ(group->selected(), 1);
+    EXPECT_EQ(changes, 1);
+
+    // An option taken out of its group no longer drives it.
+    auto first = group->children[0];
+    group->remove(first);
+    first->activate();
+    EXPECT_EQ(group->selected(), 1);
+}
+
+TEST(ButtonGroups, LayoutSharesTheRowEvenly) {
+    ui::Scene scene;
+    ui::NavBar bar({"Overview", "Settings", "About"});
+    bar.bounds = {0, 0, 308, 30};
+    bar.place(scene, {}, {0, 0, 800, 600});
+    EXPECT_FLOAT_EQ(bar.children[1]->bounds.x, 104);
+    EXPECT_FLOAT_EQ(bar.children[2]->bounds.w, 100);
+    EXPECT_FLOAT_EQ(bar.children[2]->bounds.h, 30);
+    bar.bounds.w = 4;
+    bar.place(scene, {}, {0, 0, 800, 600});
+    EXPECT_FLOAT_EQ(bar.children[0]->bounds.w, 0);
+}
+
+TEST(ButtonGroups, RadioGroupMakesRadioButtons) {
+    ui::RadioGroup group({"Local", "Cloud"});
+    ASSERT_EQ(group.children.size(), 2u);
+    EXPECT_EQ(group.children[1]->kind(), ui::ControlKind::RadioButton);
+    group.option("Hybrid");
+    EXPECT_EQ(group.children[2]->kind(), ui::ControlKind::RadioButton);
+    auto e = key(32);
+    group.children[1]->event(e);
+    EXPECT_EQ(group.selected(), 1);
+}
+
+// ---- painting -------------------------------------------------------------------------------------
+
+TEST(BasicPaint, TextColoursFollowState) {
+    const ui::Theme theme;
+    ui::ToggleButton toggle("T");
+    toggle.selected(true);
+    toggle.enabled = false;
+    EXPECT_EQ(Painted(toggle).text_color(), theme.accent_text);
+
+    ui::Button button("B");
+    button.accent = true;
+    button.enabled = false;
+    EXPECT_EQ(Painted(button).text_color(), theme.muted);
+
+    ui::Label label("L");
+    label.enabled = false;
+    EXPECT_EQ(Painted(label).text_color(), theme.muted);
+    label.color = 0xFF112233;
+    EXPECT_EQ(Painted(label).text_color(), 0xFF112233u);
+}
+
+TEST(BasicPaint, AvatarInitials) {
+    ui::Avatar avatar("张小明");
+    Painted three(avatar);
+    ASSERT_EQ(three.log.entries.size(), 1u);
+    EXPECT_EQ(three.log.entries[0].text, "张小");
+    EXPECT_FLOAT_EQ(three.canvas.commands()[0].slot[5], 28); // a disc
+
+    avatar.text = "A";
+    EXPECT_EQ(Painted(avatar).log.entries[0].text, "A");
+    avatar.text.clear();
+    Painted none(avatar);
+    EXPECT_TRUE(none.log.entries.empty());
+    EXPECT_EQ(none.canvas.commands().size(), 1u);
+}

@@ -1,0 +1,159 @@
+// Popup menus and dialogs: sizing, keyboard walking, choosing, and closing on the scene.
+#include "../scene/frame_driver.hpp"
+
+#include "velmora/scene/scene.hpp"
+#include "velmora/widgets/dialogs.hpp"
+#include "velmora/widgets/menus.hpp"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace ui = velmora::ui;
+using velmora::test::FrameDriver;
+
+namespace {
+
+struct Menus : ::testing::Test {
+    ui::Scene scene;
+    FrameDriver run{scene};
+    std::shared_ptr<ui::PopupMenu> menu = std::make_shared<ui::PopupMenu>();
+
+    Menus() { run.frame(); }
+};
+
+} // namespace
+
+TEST_F(Menus, HeightFollowsRowsUpToTheCap) {
+    menu->resize_menu();
+    EXPECT_FLOAT_EQ(menu->bounds.h, 12);
+    EXPECT_EQ(menu->active, -1);
+    for (int i = 0; i < 12; ++i) menu->item("row", {});
+    EXPECT_FLOAT_EQ(menu->bounds.h, 420);
+    menu->separator();
+    EXPECT_FLOAT_EQ(menu->bounds.h, 420);
+    EXPECT_EQ(menu->active, 0);
+
+    EXPECT_THROW(menu->submenu("self", menu), std::invalid_argument);
+    try {
+        menu->submenu("none", nullptr);
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "Invalid submenu");
+    }
+    EXPECT_EQ(menu->items.size(), 13u);
+}
+
+TEST_F(Menus, KeyboardWalkSkipsDividersWrapsAndScrolls) {
+    menu->separator();
+    menu->disabled("off");
+    menu->separator();
+    EXPECT_EQ(menu->active, -1);
+    menu->move_active(+1);
+    EXPECT_EQ(menu->active, -1); // nothing selectable
+
+    auto long_menu = std::make_shared<ui::PopupMenu>();
+    long_menu->separator();
+    for (int i = 0; i < 20; ++i) long_menu->item("row", {});
+    EXPECT_EQ(long_menu->active, 1);
+    long_menu->move_active(-1); // wraps to the last, past nothing
+    EXPECT_EQ(long_menu->active, 20);
+    // Row 20 starts at 10 + 19 * 34; its bottom sits 12 above the panel's bottom.
+    EXPECT_FLOAT_EQ(long_menu->scroll(), 10 + 19 * 34 + 34 - 420 + 12);
+    long_menu->move_active(+1);
+    EXPECT_EQ(long_menu->active, 1);
+    EXPECT_FLOAT_EQ(long_menu->scroll(), 10);
+}
+
+TEST_F(Menus, ChoosingFlipsTickClosesThenRunsAction) {
+    bool seen_checked = false;
+    bool seen_open = true;
+    menu->checked("Wrap", false, [&] {
+        seen_checked = menu->items[0].checked;
+        seen_open = !scene.overlays().empty();
+    });
+    menu->open(scene, {10, 10}, false);
+    EXPECT_EQ(scene.focus(), menu);
+    run.key(13);
+    EXPECT_TRUE(seen_checked);
+    EXPECT_FALSE(seen_open);
+
+    // Escape isn't the menu's: the scene closes it.
+    menu->open(scene, {10, 10}, false);
+    run.key(27);
+    EXPECT_TRUE(scene.overlays().empty());
+}
+
+TEST_F(Menus, SubmenuReplacesItsParent) {
+    auto sub = std::make_shared<ui::PopupMenu>();
+    int runs = 0;
+    sub->item("inner", [&] { ++runs; });
+    menu->submenu("more", sub);
+    menu->open(scene, {10, 10}, false);
+    run.key(39); // Right opens the submenu
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    EXPECT_EQ(scene.overlays().back().widget, sub);
+    EXPECT_FLOAT_EQ(sub->bounds.x, 10 + 240 - 8);
+    EXPECT_EQ(runs, 0);
+    run.key(39); // and runs a plain row
+    EXPECT_EQ(runs, 1);
+    EXPECT_TRUE(scene.overlays().empty());
+}
+
+TEST_F(Menus, PointerChoosesOnReleaseOnly) {
+    int runs = 0;
+    menu->item("a", [&] { ++runs; });
+    menu->separator();
+    menu->item("b", [&] { ++runs; });
+    menu->open(scene, {100, 100}, false);
+    run.move({120, 100 + 6 + 34 + 5}); // over the separator
+    EXPECT_EQ(menu->active, 0);
+    run.click({120, 100 + 6 + 34 + 5});
+    EXPECT_EQ(runs, 0);
+    EXPECT_EQ(scene.overlays().size(), 1u);
+    run.press({120, 100 + 6 + 44 + 5});
+    EXPECT_EQ(runs, 0);
+    run.release({120, 100 + 6 + 44 + 5});
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(menu->active, 2);
+}
+
+TEST_F(Menus, DropDownOpensBelowWithoutClicking) {
+    auto drop = scene.root()->emplace<ui::DropDownMenu>("Menu");
+    drop->bounds = {20, 30, 160, 36};
+    drop->menu->item("x", {});
+    int clicks = 0;
+    drop->on_activate = [&](ui::Widget&) { ++clicks; };
+    run.click({30, 40});
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    EXPECT_FLOAT_EQ(drop->menu->bounds.y, 30 + 36 + 4);
+    EXPECT_EQ(clicks, 0);
+}
+
+TEST_F(Menus, MessageBoxAnswersOnceAfterClosing) {
+    std::vector<bool> answers;
+    bool open_during_answer = true;
+    auto box = std::make_shared<ui::MessageBox>("消息", "操作已完成", [&](bool yes) {
+        answers.push_back(yes);
+        open_during_answer = !scene.overlays().empty();
+    });
+    box->open(scene);
+    EXPECT_EQ(scene.focus(), box);
+    run.key(13);
+    EXPECT_EQ(answers, (std::vector<bool>{true}));
+    EXPECT_FALSE(open_during_answer);
+
+    box->open(scene);
+    run.key(27);
+    EXPECT_EQ(answers, (std::vector<bool>{true, false}));
+
+    box->open(scene);
+    run.frame();
+    const ui::Rect ok = box->ok->screen_bounds;
+    EXPECT_EQ(box->ok->text, "确定");
+    run.click({ok.x + 5, ok.y + 5});
+    EXPECT_EQ(answers.back(), true);
+    EXPECT_TRUE(scene.overlays().empty());
+}
