@@ -28,3 +28,5 @@
 #include "velmora/widgets/dialogs.hpp"
 #include "velmora/widgets/menus.hpp"
 #include "velmora/widgets/range.hpp"
+
+#include "velmora/immediate/ui.hpp"
