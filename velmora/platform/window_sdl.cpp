@@ -124,7 +124,8 @@ void start_video(bool visible) {
             }
             return;
         }
-        if (visible || running) platform_error("No display");
+        if (running) platform_error("Video start");
+        if (visible) platform_error("No display");
     }
     // Override, so that an SDL_VIDEODRIVER naming an unreachable display doesn't stop us;
     // reset afterwards, so a later start can find a display again.
