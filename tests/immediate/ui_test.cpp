@@ -30,6 +30,12 @@ Input keys(bool Input::*flag, bool shift = false) {
     in.shift = shift;
     return in;
 }
+Input typed(std::string text) {
+    Input in;
+    in.text = std::move(text);
+    return in;
+}
+
 struct Harness {
     Canvas canvas;
     Ui ui;
@@ -352,6 +358,97 @@ TEST(UiControls, MaterialSettingsNeverLeaveTheThemeInvalid) {
     EXPECT_NE(theme.cubic_corners, cubic);
     theme.blur = 2;
     h.frame(Input{}, [&] { EXPECT_THROW(group(), std::invalid_argument); });
+}
+
+// ---- text and number fields -------------------------------------------------------------------------
+
+struct FieldScene {
+    Harness h;
+    std::string text;
+    int changes = 0;
+
+    explicit FieldScene(std::string initial = {}) : text(std::move(initial)) {}
+    void run(const Input& in) { // text starts at x = 110
+        h.frame(in, [&] { changes += h.ui.text_field("name", {100, 100, 300, 34}, text, "Name"); });
+    }
+    void click(float x) {
+        run(press(x, 110));
+        run(release(x, 110));
+    }
+};
+
+TEST(UiTextField, EditsInWholeCodePointsOnlyWhenFocused) {
+    FieldScene s;
+    s.run(typed("ignored"));
+    EXPECT_FALSE(s.h.ui.text_input());
+    s.click(390);
+    EXPECT_TRUE(s.h.ui.text_input());
+    s.run(typed("你好"));
+    s.run(keys(&Input::backspace));
+    EXPECT_EQ(s.text, "你");
+    s.run(Input{});
+    EXPECT_EQ(s.changes, 2);
+}
+
+TEST(UiTextField, ThePointerPlacesTheCaretAndDragsASelection) {
+    FieldScene s("abcdef");
+    s.click(110 + 8.4f * 2 + 1); // past the middle of "b"
+    s.run(typed("X"));
+    EXPECT_EQ(s.text, "abXcdef");
+    s.run(press(110, 110));
+    s.run(drag(110 + 8.4f * 3, 110));
+    s.run(typed("-"));
+    EXPECT_EQ(s.text, "-cdef");
+}
+
+TEST(UiTextField, ClipboardHookPasteUndoAndOutsideChanges) {
+    FieldScene s("hello");
+    std::vector<std::string> clipboard;
+    s.h.ui.clipboard([&](const std::string& t) { clipboard.push_back(t); });
+    s.click(390);
+    Input copy_all = keys(&Input::select_all);
+    copy_all.copy = true;
+    s.run(copy_all);
+    s.run(keys(&Input::cut));
+    EXPECT_EQ(clipboard, (std::vector<std::string>{"hello", "hello"}));
+    Input paste;
+    paste.paste = "a\r\nb";
+    s.run(paste);
+    EXPECT_EQ(s.text, "ab"); // a single line drops the break
+    s.run(keys(&Input::undo));
+    EXPECT_EQ(s.text, "");
+    s.text = "new";
+    s.run(typed("!"));
+    EXPECT_EQ(s.text, "new!");
+    s.text = "\xff";
+    EXPECT_THROW(s.run(Input{}), std::invalid_argument);
+}
+
+TEST(UiNumberField, TypedTextSettlesOnEnterAndWhenFocusLeaves) {
+    Harness h;
+    double value = 5;
+    int changes = 0;
+    auto run = [&](const Input& in) {
+        h.frame(in, [&] {
+            changes += h.ui.number_field("n", {10, 10, 200, 34}, value, 0, 100, 2);
+            h.ui.button("elsewhere", {10, 300, 100, 30}, "Elsewhere");
+        });
+    };
+    run(press(20, 20));
+    run(release(20, 20));
+    Input replace = typed("250");
+    replace.select_all = true;
+    run(replace);
+    EXPECT_EQ(value, 5); // nothing settles while typing
+    run(keys(&Input::enter));
+    EXPECT_EQ(value, 100); // clamped
+    run(keys(&Input::down));
+    EXPECT_EQ(value, 98);
+    run(typed("7"));
+    run(press(20, 310));
+    run(release(20, 310));
+    EXPECT_EQ(value, 100); // "987" settled by leaving, clamped again
+    EXPECT_EQ(changes, 3);
 }
 
 } // namespace

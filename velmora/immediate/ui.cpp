@@ -6,10 +6,15 @@
 //   - drawing            face, centered, label, panel
 //   - toggles            button, checkbox, toggle, radio
 //   - ranges             slider, progress
+//   - text               text_field, number_field over the retained editors
 //   - choices            tabs, combo, list
 //   - decoration         separator, badge, tooltip
 //   - material settings
 #include "velmora/immediate/ui.hpp"
+
+#include "velmora/scene/widget.hpp"
+#include "velmora/widgets/fields.hpp"
+#include "velmora/widgets/text_field.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -60,6 +65,7 @@ void Ui::begin(Canvas& canvas, const Input& input) {
     press_taken_ = false;
     current_ids_.clear();
     seen_ids_.clear();
+    text_focus_.clear();
     deferred_ = nullptr;
 
     if (input_.escape) {
@@ -349,6 +355,130 @@ void Ui::progress(Rect r, float fraction) {
     const Theme& theme = c.theme();
     c.fill(r, theme.control, r.h * 0.5f);
     c.fill({r.x, r.y, r.w * fraction, r.h}, theme.selection, r.h * 0.5f);
+}
+
+// ---- text ------------------------------------------------------------------------------------------
+
+// The retained editors carry every editing rule (caret, selection, words, history, filtering);
+// this layer turns the frame's Input into their events, maps the pointer and paints.
+void Ui::edit(const std::string& id, Rect r, const Touch& t, State& state, const std::string& placeholder) {
+    TextField& editor = *state.editor;
+    Canvas& c = canvas();
+    const Theme& theme = c.theme();
+    const float size = theme.font_size;
+    const Rect inner{r.x + editor.inset_left(), r.y + TextField::clip_inset,
+                     std::max(r.w - editor.inset_left() - editor.inset_right(), 0.0f),
+                     std::max(r.h - 2 * TextField::clip_inset, 0.0f)};
+    const auto width = [&](std::size_t from, std::size_t to) {
+        return c.text_width(editor.display(std::string_view(editor.text).substr(from, to - from)), size, 400);
+    };
+    // The offset whose code point has its middle past x, walking with the canvas's own measure.
+    const auto offset_at = [&](float x) {
+        const float target = x - inner.x + state.scroll;
+        float run = 0;
+        for (std::size_t i = 0; i < editor.text.size();) {
+            const std::size_t after = next(editor.text, i);
+            const float w = width(i, after);
+            if (run + w * 0.5f > target) return i;
+            run += w;
+            i = after;
+        }
+        return editor.text.size();
+    };
+    const auto send = [&](int type, int key, const Input& flags, const std::string& text) {
+        Event e;
+        e.type = type;
+        e.position = input_.mouse;
+        e.input = flags;
+        e.key = key;
+        e.text = text;
+        editor.event(e);
+    };
+
+    const bool focused = focus_ == id && allowed(id);
+    if (state.focused && !focused) send(focus_lost_event, 0, Input{}, {});
+    state.focused = focused;
+    if (focused) {
+        text_focus_ = id;
+        if (t.took_press)
+            editor.move(offset_at(input_.mouse.x), input_.shift);
+        else if (active_ == id && input_.mouse_down)
+            editor.select(editor.anchor, offset_at(input_.mouse.x));
+
+        Input keys; // modifiers only, so each command below is read on its own
+        keys.mouse = input_.mouse;
+        keys.shift = input_.shift;
+        keys.ctrl = input_.ctrl;
+        for (bool Input::*mark :
+             {&Input::select_all, &Input::copy, &Input::cut, &Input::undo, &Input::redo}) {
+            if (!(input_.*mark)) continue;
+            // The editor has no scene to reach the clipboard through; copy and cut write it here.
+            if ((mark == &Input::copy || mark == &Input::cut) && !editor.masked && clipboard_) {
+                const auto writer = clipboard_;
+                writer(editor.selected_text());
+            }
+            Input command = keys;
+            command.*mark = true;
+            send(key_down, 0, command, {});
+        }
+        // The editor reads the plain keys by code and leaves the ones it has no use for.
+        for (const KeyFlag& k : key_flags)
+            if (input_.*k.flag) send(key_down, static_cast<int>(k.code), keys, {});
+        if (!input_.text.empty()) send(text_entered, 0, keys, input_.text);
+        if (!input_.paste.empty()) send(text_entered, 0, keys, input_.paste);
+    }
+
+    const float caret_x = width(0, editor.caret);
+    const float visible = std::max(inner.w - 3, 1.0f);
+    state.scroll = std::min(state.scroll, std::max(width(0, editor.text.size()) - visible, 0.0f));
+    if (caret_x < state.scroll) state.scroll = caret_x;
+    if (caret_x > state.scroll + visible) state.scroll = caret_x - visible;
+
+    c.fill(r, theme.control, theme.radius);
+    c.stroke(r, focused ? theme.accent : theme.border, focused ? 1.5f : 1.0f, theme.radius);
+    c.push_clip(inner, 0);
+    const float left = inner.x - state.scroll;
+    const float top = middle(r, size);
+    if (editor.text.empty()) {
+        if (!placeholder.empty()) c.text(placeholder, {inner.x, top}, size, theme.muted, 400);
+    } else {
+        const std::size_t s = std::min(editor.caret, editor.anchor);
+        const std::size_t e = std::max(editor.caret, editor.anchor);
+        if (focused && s != e)
+            c.fill({left + width(0, s), top - 2, std::max(width(s, e), 2.0f), TextField::row_height},
+                   theme.selection, 2);
+        c.text(editor.display(editor.text), {left, top}, size, theme.text, 400);
+    }
+    if (focused) c.fill({left + caret_x, top, 1.5f, size + 2}, theme.accent, 0);
+    c.pop_clip();
+}
+
+bool Ui::text_field(const std::string& id, Rect r, std::string& text, const std::string& placeholder) {
+    const Touch t = touch(id, r);
+    State& state = states_[id];
+    if (!state.editor || dynamic_cast<NumberField*>(state.editor.get()))
+        state.editor = std::make_shared<TextField>(text);
+    else if (state.editor->text != text)
+        state.editor->value(text);
+    edit(id, r, t, state, placeholder);
+    if (state.editor->text == text) return false;
+    text = state.editor->text;
+    return true;
+}
+
+bool Ui::number_field(const std::string& id, Rect r, double& value, double lo, double hi, double step) {
+    const Touch t = touch(id, r);
+    State& state = states_[id];
+    auto number = std::dynamic_pointer_cast<NumberField>(state.editor);
+    if (!number) state.editor = number = std::make_shared<NumberField>(value);
+    // Setting the range rewrites the text, so only a real change may interrupt typing.
+    if (number->minimum() != lo || number->maximum() != hi) number->range(lo, hi);
+    number->step(step);
+    if (!state.focused && number->number() != value) number->number(value);
+    edit(id, r, t, state, {});
+    if (number->number() == value) return false;
+    value = number->number();
+    return true;
 }
 
 // ---- choices ---------------------------------------------------------------------------------------

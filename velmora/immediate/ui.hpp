@@ -26,17 +26,22 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace velmora::ui {
 
+class TextField;
+
 class Ui {
 public:
     // What a control remembers between frames.
     struct State {
-        float scroll = 0; // list: the offset of the first visible pixel
+        float scroll = 0;                  // list: first visible row pixel; fields: text scroll
+        std::shared_ptr<TextField> editor; // text and number fields: the retained editing core
+        bool focused = false;              // fields: held the focus when last called
     };
 
     // ---- frame --------------------------------------------------------------------------------
@@ -68,6 +73,13 @@ public:
     // unless lo < hi, both finite, and "slider value" for a value that isn't finite.
     bool slider(const std::string& id, Rect r, float& value, float lo, float hi, float step = 0);
     bool slider(const std::string& id, Rect r, double& value, double lo, double hi, double step = 0);
+    // Single-line editing with caret, selection, undo, UTF-8 and the clipboard; true when the
+    // text changed. Text that the application changes in between replaces the field's content;
+    // invalid UTF-8 or more than 4096 bytes there throws std::invalid_argument.
+    bool text_field(const std::string& id, Rect r, std::string& text, const std::string& placeholder = {});
+    // Settles what was typed on Enter and when it loses focus, Up/Down step; the value stays
+    // within lo .. hi. Throws std::invalid_argument like NumberField for a bad range or step.
+    bool number_field(const std::string& id, Rect r, double& value, double lo, double hi, double step = 1);
     // The selection is clamped to -1 .. n - 1 before use.
     bool tabs(const std::string& id, Rect r, const std::vector<std::string>& items, int& selected);
     bool combo(const std::string& id, Rect r, const std::vector<std::string>& items, int& selected);
@@ -88,6 +100,9 @@ public:
     void focus(std::string id) { focus_ = std::move(id); }
     const std::string& active() const { return active_; }
     const std::string& open_popup() const { return open_popup_; }
+    // The focused control edits text, so the platform's text input should be on.
+    bool text_input() const { return !focus_.empty() && focus_ == text_focus_; }
+
     // The application's clipboard writer; copy and cut in text controls call it when set.
     const std::function<void(const std::string&)>& clipboard() const { return clipboard_; }
     void clipboard(std::function<void(const std::string&)> writer) { clipboard_ = std::move(writer); }
@@ -113,6 +128,7 @@ private:
     bool press_taken_ = false;
     std::function<void()> deferred_;
     std::function<void(const std::string&)> clipboard_;
+    std::string text_focus_; // the text or number field that held the focus when called
 
     // The byte index of the code point after index, or the length at the end.
     static std::size_t next(const std::string& text, std::size_t index);
@@ -122,6 +138,7 @@ private:
     Touch touch(const std::string& id, Rect r);
     void focus_ring(const std::string& id, Rect r, float radius);
     void defer(std::function<void()> draw);
+    void edit(const std::string& id, Rect r, const Touch& t, State& state, const std::string& placeholder);
     bool slide(const std::string& id, Rect r, double& value, double lo, double hi, double step);
     enum class Mark { check, toggle, radio };
     bool mark(const std::string& id, Rect r, const std::string& text, bool on, Mark look);
