@@ -1,4 +1,4 @@
-// Random edit sequences and random bytes against a TextField.
+// Random edit sequences and random bytes against a TextField, or a NumberField with its veto.
 //
 // After every step the editor's invariants must hold: the value is valid UTF-8, caret and
 // anchor lie on code-point boundaries within the text, the value fits max_length (an initial
@@ -6,12 +6,14 @@
 // it there. At the end, undoing everything must give back the value the history started
 // from, and redoing everything the newest value.
 #include "velmora/core/utf8.hpp"
+#include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/text_field.hpp"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -55,6 +57,7 @@ void check(const ui::TextField& field, const std::string& initial, bool unfilter
     require(text.size() <= field.max_length || text == initial);
     require(field.multi_line || unfiltered || !has_filtered_byte(text));
     require(field.undo_stack.size() <= ui::TextField::history_limit);
+    require(field.accepts(text)); // the veto binds history and programmatic values alike
     const auto& composition = field.composition();
     require(ui::valid_utf8(composition.text) && composition.cursor <= composition.text.size());
 }
@@ -66,7 +69,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t flags = in.byte();
     std::string initial = in.bytes(in.byte() % 24);
     if (!ui::valid_utf8(initial)) initial.clear();
-    ui::TextField field(initial);
+    // A NumberField adds a veto on every candidate value.
+    std::shared_ptr<ui::TextField> made;
+    if (flags & 4) {
+        made = std::make_shared<ui::NumberField>();
+        initial = made->value();
+    } else {
+        made = std::make_shared<ui::TextField>(initial);
+    }
+    ui::TextField& field = *made;
     field.multi_line = flags & 1;
     field.masked = flags & 2;
     field.max_length = in.byte() % 48;
