@@ -84,7 +84,9 @@ public:
     bool tabs(const std::string& id, Rect r, const std::vector<std::string>& items, int& selected);
     bool combo(const std::string& id, Rect r, const std::vector<std::string>& items, int& selected);
     bool list(const std::string& id, Rect r, const std::vector<std::string>& items, int& selected);
-    // The glass settings of a theme; every value it can set passes Theme::validate.
+    // The glass settings of a theme in eleven rows of 32 from the top of r: nine sliders, the
+    // corner switch and the antialiasing choice. Every value it can set passes Theme::validate;
+    // a theme that fails it on entry throws.
     bool material_settings(const std::string& id, Rect r, Theme& theme);
 
     // ---- decoration: no identifier, no interaction -----------------------------------------------
