@@ -28,5 +28,6 @@
 #include "velmora/widgets/dialogs.hpp"
 #include "velmora/widgets/menus.hpp"
 #include "velmora/widgets/range.hpp"
+#include "velmora/widgets/table.hpp"
 
 #include "velmora/immediate/ui.hpp"
