@@ -26,7 +26,10 @@
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/control_kind.hpp"
 #include "velmora/widgets/dialogs.hpp"
+#include "velmora/widgets/drives.hpp"
+#include "velmora/widgets/file_browser.hpp"
 #include "velmora/widgets/menus.hpp"
+#include "velmora/widgets/pickers.hpp"
 #include "velmora/widgets/range.hpp"
 #include "velmora/widgets/table.hpp"
 
