@@ -174,7 +174,8 @@ void ListBox::event(Event& e) {
         const float column = std::trunc((e.position.x - r.x - padding) / std::max(cell_w, 1.0f));
         const float row = std::trunc((e.position.y - r.y - padding + scroll_) / cell());
         if (!(row >= 0 && row < static_cast<float>(count()))) return; // also keeps the cast in range
-        const int index = static_cast<int>(row) * c + std::clamp(static_cast<int>(column), 0, c - 1);
+        const int index =
+            static_cast<int>(row) * c + static_cast<int>(std::clamp(column, 0.0f, static_cast<float>(c - 1)));
         if (index < 0 || index >= count()) return;
         const bool activate_item = e.clicks >= 2;
         auto activated = on_item_activate; // select may replace or destroy the callback's owner
