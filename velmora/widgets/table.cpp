@@ -70,6 +70,8 @@ std::string fold_ascii(std::string_view s) {
 
 // Descending reverses the comparison, not the result, so equal keys keep their order both ways.
 // std::string compares through char_traits<char>, which orders bytes as unsigned values.
+// std::stable_sort asks for a merge buffer, halving the request when memory is short, and
+// merges in place without one, so the order is the same either way.
 template <class Key>
 void stable_order(std::vector<std::size_t>& order, const std::vector<Key>& keys, bool ascending) {
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
