@@ -26,6 +26,7 @@
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/control_kind.hpp"
 #include "velmora/widgets/dialogs.hpp"
+#include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/drives.hpp"
 #include "velmora/widgets/file_browser.hpp"
 #include "velmora/widgets/lists.hpp"
@@ -34,5 +35,6 @@
 #include "velmora/widgets/pickers.hpp"
 #include "velmora/widgets/range.hpp"
 #include "velmora/widgets/table.hpp"
+#include "velmora/widgets/text_field.hpp"
 
 #include "velmora/immediate/ui.hpp"

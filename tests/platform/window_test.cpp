@@ -50,6 +50,14 @@ public:
         std::strncpy(e.text.text, utf8, sizeof e.text.text - 1);
         push(e);
     }
+    void editing(const char* utf8, int cursor) const {
+        SDL_Event e{};
+        e.type = SDL_TEXTEDITING;
+        e.edit.windowID = id_;
+        std::strncpy(e.edit.text, utf8, sizeof e.edit.text - 1);
+        e.edit.start = cursor;
+        push(e);
+    }
     void motion(int x, int y) const {
         SDL_Event e{};
         e.type = SDL_MOUSEMOTION;
@@ -375,6 +383,33 @@ TEST_F(WindowTest, TypedTextKeepsAstralCharactersAndDropsControls) {
     send.text("\xC3\xA9\xC2\x85"); // é and NEL, a C1 control that is still text here
     send.text("\xED\xA0\x80");     // an encoded lone surrogate is no text at all
     EXPECT_EQ(poll().text, "\xF0\x9F\x98\x80\xC3\xA9\xC2\x85");
+}
+
+TEST_F(WindowTest, CompositionIsKeptUntilCommittedCancelledOrFocusIsLost) {
+    send.editing("ni", 2);
+    EXPECT_EQ(poll().composition, ""); // no input method while text input is off
+
+    window.text_input(true);
+    send.editing("你h", 1); // the cursor counts code points; Input carries bytes
+    const ui::Input& first = poll();
+    EXPECT_EQ(first.composition, "你h");
+    EXPECT_EQ(first.composition_cursor, 3u);
+    EXPECT_EQ(poll().composition, "你h"); // kept across polls with no event
+
+    send.text("你好");
+    const ui::Input& committed = poll();
+    EXPECT_EQ(committed.text, "你好");
+    EXPECT_EQ(committed.composition, "");
+
+    send.editing("hao", 3);
+    poll();
+    send.window(SDL_WINDOWEVENT_FOCUS_LOST);
+    EXPECT_EQ(poll().composition, "");
+
+    send.editing("hao", 3);
+    poll();
+    window.text_input(false);
+    EXPECT_EQ(poll().composition, "");
 }
 
 TEST_F(WindowTest, CtrlOrAltHeldTypesNothing) {

@@ -364,11 +364,13 @@ TEST(TextFieldComposition, PreeditThenCommitMakesOneEdit) {
     s.focus();
     s.field->move(1, false);
     const float caret_x = s.field->caret_rect().x;
-    s.field->compose("n", 1);
-    s.field->compose("ni", 2);
-    s.field->compose("你", 3);
+    ui::Input preedit;
+    for (const char* step : {"n", "ni", "你"}) {
+        preedit.composition = step;
+        preedit.composition_cursor = preedit.composition.size();
+        s.run.frame(preedit);
+    }
     EXPECT_FLOAT_EQ(s.field->caret_rect().x, caret_x + glyph);
-    s.run.frame();
     EXPECT_NE(log.find("a你b"), nullptr); // shown inline at the caret
     EXPECT_EQ(s.field->value(), "ab");
     EXPECT_TRUE(s.field->undo_stack.empty());
@@ -379,6 +381,31 @@ TEST(TextFieldComposition, PreeditThenCommitMakesOneEdit) {
     EXPECT_TRUE(s.field->composition().text.empty());
     EXPECT_EQ(s.field->undo_stack.size(), 1u);
     EXPECT_EQ(s.changes, 1);
+}
+
+TEST(TextFieldComposition, FollowsTheWindowsCompositionThroughInput) {
+    Single s(line_box, "ab");
+    s.focus();
+    ui::Input composing;
+    composing.composition = "ni";
+    composing.composition_cursor = 2;
+    s.run.frame(composing);
+    s.run.frame(composing); // repeated every frame while it lasts: still no edit
+    EXPECT_EQ(s.field->composition().text, "ni");
+    EXPECT_EQ(s.scene.text_input_rect().x, s.field->caret_rect().x);
+    EXPECT_GT(s.scene.text_input_rect().h, 0);
+
+    ui::Input commit; // the platform clears the composition as the text arrives
+    commit.text = "你";
+    s.run.frame(commit);
+    EXPECT_EQ(s.field->value(), "ab你");
+    EXPECT_TRUE(s.field->composition().text.empty());
+    EXPECT_EQ(s.field->undo_stack.size(), 1u);
+
+    s.scene.focus(nullptr);
+    s.run.frame(composing); // an unfocused field ignores compositions
+    EXPECT_TRUE(s.field->composition().text.empty());
+    EXPECT_EQ(s.scene.text_input_rect().w, 0);
 }
 
 TEST(TextFieldComposition, CancelLeavesNothingBehind) {

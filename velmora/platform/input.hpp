@@ -8,6 +8,7 @@
 
 #include "velmora/core/geometry.hpp"
 
+#include <cstddef>
 #include <string>
 
 namespace velmora::ui {
@@ -46,6 +47,11 @@ struct Input {
     float wheel = 0;         // notches, positive away from the user, summed over the poll
     std::string text;        // UTF-8 typed during this poll (no control characters)
     std::string paste;       // the clipboard's text when Ctrl+V came during this poll
+    // Input-method composition under way: the UTF-8 preedit text, empty when none, and the
+    // byte offset of its cursor. Kept across polls until committed (the text then arrives in
+    // `text`), cancelled, or the window loses focus.
+    std::string composition;
+    std::size_t composition_cursor = 0;
 };
 
 // Virtual-key codes. Letters and digits are their upper-case ASCII codes ('A' is 0x41).

@@ -53,6 +53,9 @@ public:
     // Turns typed text and the input method on or off. Off after construction: `text` and
     // Ctrl+V `paste` stay empty until it is turned on.
     void text_input(bool on);
+    // Where the input method should place its candidate window: the caret of the field being
+    // edited, in the window's units (those of Input::mouse).
+    void text_input_rect(Rect r);
     // Puts plain text on the clipboard. Throws std::invalid_argument "Invalid UTF-8"; a
     // clipboard that cannot be written is left as it was.
     void clipboard_text(const std::string& text);

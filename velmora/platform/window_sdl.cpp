@@ -22,6 +22,7 @@
 #include <string>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace velmora::ui {
@@ -188,6 +189,8 @@ struct Window::Impl {
     void key_down(const SDL_Keysym& key);
     void modifiers(Uint16 state);
     void typed(const char* text);
+    void composing(const char* preedit, int cursor);
+    void end_composition();
     void release_press();
 };
 
@@ -337,6 +340,24 @@ void Window::Impl::key_down(const SDL_Keysym& key) {
 
 // SDL delivers whole code points, so no surrogate is ever left waiting for its partner.
 // Control characters (tab, enter, backspace, delete) are keys, not text.
+// SDL counts the preedit cursor in code points; Input carries byte offsets like every text
+// position of the toolkit.
+void Window::Impl::composing(const char* preedit, int cursor) {
+    if (!text_on) return;
+    const std::string_view s(preedit);
+    if (!valid_utf8(s)) return;
+    std::size_t at = 0;
+    char32_t cp;
+    for (int i = 0; i < cursor && at < s.size(); ++i) at += decode_utf8(s, at, cp);
+    input.composition.assign(s);
+    input.composition_cursor = at;
+}
+
+void Window::Impl::end_composition() {
+    input.composition.clear();
+    input.composition_cursor = 0;
+}
+
 void Window::Impl::typed(const char* text) {
     if (!text_on || input.ctrl || ((mods & KMOD_ALT) && !(mods & KMOD_CTRL))) return;
     const std::string_view s(text);
@@ -361,6 +382,7 @@ void Window::Impl::handle(const SDL_Event& e) {
         case SDL_WINDOWEVENT_FOCUS_LOST:
             release_press();
             input.focus_lost = true;
+            end_composition();
             break;
         case SDL_WINDOWEVENT_SIZE_CHANGED:
         case SDL_WINDOWEVENT_DISPLAY_CHANGED:
@@ -377,7 +399,11 @@ void Window::Impl::handle(const SDL_Event& e) {
         modifiers(e.key.keysym.mod);
         break;
     case SDL_TEXTINPUT:
+        end_composition(); // the committed text arrives here
         typed(e.text.text);
+        break;
+    case SDL_TEXTEDITING:
+        composing(e.edit.text, e.edit.start);
         break;
     case SDL_MOUSEMOTION:
         input.mouse = {static_cast<float>(e.motion.x), static_cast<float>(e.motion.y)};
@@ -453,11 +479,12 @@ Window::~Window() {
 bool Window::poll() {
     impl_->check();
     Impl& w = *impl_;
-    const Vec2 mouse = w.input.mouse;
-    const bool down = w.input.mouse_down;
+    Input kept = std::move(w.input);
     w.input = Input{};
-    w.input.mouse = mouse;
-    w.input.mouse_down = down;
+    w.input.mouse = kept.mouse;
+    w.input.mouse_down = kept.mouse_down;
+    w.input.composition = std::move(kept.composition);
+    w.input.composition_cursor = kept.composition_cursor;
     w.modifiers(static_cast<Uint16>(SDL_GetModState()));
 
     std::vector<SDL_Event> events;
@@ -524,10 +551,19 @@ void Window::text_input(bool on) {
     impl_->check();
     if (impl_->text_on == on) return;
     impl_->text_on = on;
-    if (on)
+    if (on) {
         SDL_StartTextInput();
-    else
-        SDL_StopTextInput();
+    } else {
+        SDL_StopTextInput(); // cancels any composition
+        impl_->end_composition();
+    }
+}
+
+void Window::text_input_rect(Rect r) {
+    impl_->check();
+    SDL_Rect area{static_cast<int>(r.x), static_cast<int>(r.y), static_cast<int>(std::ceil(r.w)),
+                  static_cast<int>(std::ceil(r.h))};
+    SDL_SetTextInputRect(&area);
 }
 
 void Window::clipboard_text(const std::string& text) {

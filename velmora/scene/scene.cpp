@@ -139,6 +139,8 @@ std::shared_ptr<Widget> Scene::pointer_target(Vec2 point) const {
 
 bool Scene::wants_text_input() const { return focus_ && focus_->text_input(); }
 
+Rect Scene::text_input_rect() const { return wants_text_input() ? focus_->caret_rect() : Rect{}; }
+
 // ---- lookup and layout --------------------------------------------------------------------------
 
 std::shared_ptr<Widget> Scene::find(const std::string& id) const {

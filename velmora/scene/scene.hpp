@@ -91,6 +91,8 @@ public:
     void close_top();
     void notify(std::shared_ptr<Notification> notification, double seconds);
     bool wants_text_input() const;
+    // The focused widget's caret while it takes text, for placing the input method's window.
+    Rect text_input_rect() const;
     void tick_tree(const std::shared_ptr<Widget>& widget);
 
     void frame(Canvas& canvas, const Input& input, double now);

@@ -94,6 +94,9 @@ public:
     virtual void paint(PaintContext&) {}
     virtual void paint_overlay(PaintContext&) {}
     virtual bool text_input() const { return false; }
+    // Where an input method's candidate window belongs while this widget takes text: its caret,
+    // in screen units. Empty for widgets without one.
+    virtual Rect caret_rect() const { return {}; }
     virtual bool children_active() const { return true; }
     virtual Vec2 content_offset() const { return {}; }
     virtual Rect children_clip() const { return screen_bounds; }

@@ -283,6 +283,7 @@ void Spinner::event(Event& e) {
 }
 
 void Spinner::tick(Scene& owner) {
+    NumberField::tick(owner);
     if (held_ == 0) return;
     // A press the scene has dropped (a lost window focus, a closed overlay) ends the repeat.
     if (!enabled || owner.pressed().get() != this) {

@@ -279,6 +279,10 @@ void TextField::compose(const std::string& preedit, std::size_t cursor) {
     ensure_caret();
 }
 
+void TextField::tick(Scene& owner) {
+    if (focused()) compose(owner.input().composition, owner.input().composition_cursor);
+}
+
 Rect TextField::caret_rect() const {
     const float size = scene ? scene->theme.font_size : Theme{}.font_size;
     return {screen_bounds.x + inset_left() + caret_x() - scroll_x, line_top(row_of(text, caret)), 1.5f,

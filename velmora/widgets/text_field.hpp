@@ -72,6 +72,8 @@ public:
     ControlKind kind() const override { return ControlKind::TextField; }
     const char* class_name() const override { return "TextField"; }
     void event(Event& e) override;
+    // Follows the window's input-method composition while focused.
+    void tick(Scene& scene) override;
     void paint(PaintContext& context) override;
     bool text_input() const override { return !read_only; }
 
@@ -104,7 +106,7 @@ public:
     void compose(const std::string& preedit, std::size_t cursor);
     const Composition& composition() const { return composition_; }
     // Screen rectangle of the caret, composition cursor included, one text line high.
-    Rect caret_rect() const;
+    Rect caret_rect() const override;
 
 protected:
     // Replaces the whole value as one undoable edit through replace_selection; undoing it
