@@ -8,6 +8,7 @@
 #include "velmora/widgets/file_browser.hpp"
 #include "velmora/widgets/lists.hpp"
 #include "velmora/widgets/menus.hpp"
+#include "velmora/widgets/palette.hpp"
 #include "velmora/widgets/pickers.hpp"
 #include "velmora/widgets/range.hpp"
 #include "velmora/widgets/table.hpp"
@@ -146,7 +147,7 @@ constexpr ControlDescriptor table[] = {
         }),
     row(ControlKind::PopupMenu, "PopupMenu", overlays, [] { return create<PopupMenu>(); }),
     row(ControlKind::ContextMenu, "ContextMenu", overlays, [] { return create<ContextMenu>(); }),
-    row(ControlKind::CommandPalette, "CommandPalette", overlays, nullptr), // pending
+    row(ControlKind::CommandPalette, "CommandPalette", overlays, [] { return create<CommandPalette>(); }),
 };
 
 static_assert(std::size(table) == 68, "one row per control kind");
@@ -164,10 +165,6 @@ const ControlDescriptor& describe(ControlKind kind) {
     return control_registry()[static_cast<std::size_t>(k - 1)];
 }
 
-std::shared_ptr<Widget> make_control(ControlKind kind) {
-    const ControlDescriptor& row = describe(kind);
-    if (!row.factory) throw std::logic_error("Control not built yet");
-    return row.factory();
-}
+std::shared_ptr<Widget> make_control(ControlKind kind) { return describe(kind).factory(); }
 
 } // namespace velmora::ui
