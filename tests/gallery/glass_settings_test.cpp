@@ -1,0 +1,94 @@
+// GlassSettingsPanel: every way the user can move a control keeps the theme valid.
+#include "velmora/widgets/glass_settings.hpp"
+
+#include "velmora/scene/scene.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+namespace ui = velmora::ui;
+
+TEST(GlassSettings, SlidersAtEitherEndKeepTheThemeValid) {
+    ui::Theme theme;
+    auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
+    ASSERT_EQ(panel->sliders.size(), ui::GlassSettingsPanel::settings().size());
+    for (std::size_t i = 0; i < panel->sliders.size(); ++i) {
+        const auto& setting = ui::GlassSettingsPanel::settings()[i];
+        for (double v : {-1e9, 1e9, 0.0}) {
+            panel->sliders[i]->value(v);
+            EXPECT_NO_THROW(theme.validate()) << setting.label << " " << v;
+            EXPECT_EQ(theme.*setting.field, static_cast<float>(panel->sliders[i]->value())) << setting.label;
+        }
+    }
+}
+
+TEST(GlassSettings, EditsReachTheThemeAndSyncReadsItBack) {
+    ui::Theme theme;
+    auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
+    int changes = 0;
+    panel->on_change = [&](ui::Widget&) { ++changes; };
+
+    panel->sliders[2]->value(25); // refraction
+    EXPECT_FLOAT_EQ(theme.refraction, 25);
+    panel->dark->selected(false);
+    EXPECT_FALSE(theme.dark);
+    panel->antialiasing->select(0);
+    EXPECT_EQ(theme.antialiasing, 0);
+    EXPECT_EQ(changes, 3);
+
+    theme.refraction = 4;
+    theme.blur = 0.5f;
+    theme.cubic_corners = false;
+    panel->sync();
+    EXPECT_DOUBLE_EQ(panel->sliders[2]->value(), 4);
+    EXPECT_DOUBLE_EQ(panel->sliders[0]->value(), 0.5);
+    EXPECT_FALSE(panel->cubic_corners->selected());
+    EXPECT_EQ(panel->values[2]->text, "Refraction  4.00");
+    EXPECT_EQ(changes, 3) << "sync writes nothing back";
+}
+
+TEST(GlassSettings, PresetsReplaceTheMaterialButKeepTheFont) {
+    ui::Theme theme;
+    theme.font = "Noto Sans";
+    theme.accent = 0xFF123456;
+    auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
+    ASSERT_EQ(panel->presets.size(), 4u);
+    panel->presets[2]->activate(); // liquid
+    EXPECT_EQ(theme.refraction, ui::Theme::liquid().refraction);
+    EXPECT_EQ(theme.tint, 0);
+    EXPECT_EQ(theme.font, "Noto Sans");
+    EXPECT_DOUBLE_EQ(panel->sliders[5]->value(), 0);
+    panel->presets[1]->activate(); // light
+    EXPECT_FALSE(theme.dark);
+    EXPECT_FALSE(panel->dark->selected());
+    EXPECT_NO_THROW(theme.validate());
+}
+
+TEST(GlassSettings, AThemeOutsideTheSliderRangesIsLeftAsItIs) {
+    ui::Theme theme;
+    theme.radius = 300; // valid, beyond the slider
+    auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
+    EXPECT_EQ(theme.radius, 300);
+    theme.sigma = std::numeric_limits<float>::quiet_NaN(); // invalid, set from outside
+    panel->sync();
+    panel->sliders[0]->value(0.3); // blur: the edit would store an invalid theme, so it is refused
+    EXPECT_FLOAT_EQ(theme.blur, ui::Theme{}.blur);
+}
+
+TEST(GlassSettings, AnswersAsAGroupBoxAndLaysOutInsideItsBounds) {
+    ui::Scene scene;
+    auto panel = scene.root()->emplace<ui::GlassSettingsPanel>(scene.theme);
+    EXPECT_EQ(panel->kind(), ui::ControlKind::GroupBox);
+    EXPECT_STREQ(panel->class_name(), "GlassSettingsPanel");
+    scene.layout(1280, 800);
+    for (const auto& child : panel->children) {
+        EXPECT_GE(child->bounds.x, 0);
+        EXPECT_LE(child->bounds.x + child->bounds.w, panel->bounds.w);
+        EXPECT_LE(child->bounds.y + child->bounds.h, panel->bounds.h) << child->text;
+    }
+}
+
+} // namespace
