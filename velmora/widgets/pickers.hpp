@@ -121,7 +121,7 @@ class DatePicker;
 // One month as six weeks from Monday; days of the neighbouring months fill the grid.
 class Calendar : public Panel {
 public:
-    Calendar(std::weak_ptr<DatePicker> picker = {}, Date initial = Date::today());
+    explicit Calendar(std::weak_ptr<DatePicker> picker = {}, Date initial = Date::today());
 
     std::weak_ptr<DatePicker> owner;
     Date selected; // the picker's value
