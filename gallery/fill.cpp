@@ -125,8 +125,8 @@ void Gallery::fill(const std::shared_ptr<Widget>& control) {
     }
     case ControlKind::TextArea: {
         auto& f = as<TextArea>(control);
+        f.bounds.w = 442; // first: the field scrolls to its caret for the width it has
         f.value("多行文本编辑：\n回车换行，Page Up / Page Down 翻页。\nUndo 与 Redo 记录每次编辑。");
-        f.bounds.w = 442;
         break;
     }
     case ControlKind::PasswordField: {
@@ -234,9 +234,10 @@ void Gallery::fill(const std::shared_ptr<Widget>& control) {
     }
     case ControlKind::FilePicker:
     case ControlKind::DirectoryPicker:
-        as<FilePicker>(control).on_path = [report_to =
-                                               say(control->class_name())](const std::filesystem::path& p) {
-            report_to(reinterpret_cast<const char*>(p.u8string().c_str()));
+        // The caption shows the chosen name; the tooltip keeps the whole path. No notice: the
+        // path is also set by code, and that isn't something the user did.
+        as<FilePicker>(control).on_path = [picker = control.get()](const std::filesystem::path& p) {
+            picker->tooltip = reinterpret_cast<const char*>(p.u8string().c_str());
         };
         break;
     // data

@@ -189,6 +189,12 @@ void Gallery::build_card(const ControlDescriptor& row, int n) {
         };
     }
     card->add(control);
+    if (row.kind == ControlKind::RightClickMenu || row.kind == ControlKind::ContextMenu) {
+        // A right click anywhere on the card opens a live one too.
+        auto menu = std::static_pointer_cast<PopupMenu>(row.factory());
+        fill(menu);
+        card->context_menu = menu;
+    }
 
     if (row.kind == ControlKind::RingProgress) {
         // The ring is driven by a slider beside it.
@@ -207,7 +213,7 @@ void Gallery::build_material_page() {
 
     auto card = content_->emplace<Card>("真实折射");
     card->bounds = {450, 0, 520, 530};
-    label(*card, "VELMORA / REFRACTION", {18, 78, 474, 70}, 44, 700);
+    label(*card, "VELMORA / REFRACTION", {18, 78, 474, 70}, 34, 700);
     auto probe = card->emplace<Button>("背景采样 · 折射预览");
     probe->bounds = {22, 194, 360, 68};
     probe->on_activate = [this](Widget&) {

@@ -1,0 +1,135 @@
+// Gallery: section selection, card placement and coverage of the catalogue, all on a canvas
+// without a renderer.
+#include "gallery/gallery.hpp"
+
+#include "tests/scene/frame_driver.hpp"
+#include "velmora/widgets/basic.hpp"
+#include "velmora/widgets/glass_settings.hpp"
+#include "velmora/widgets/lists.hpp"
+#include "velmora/widgets/palette.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace {
+
+namespace ui = velmora::ui;
+using velmora::test::FrameDriver;
+
+class GalleryTest : public ::testing::Test {
+protected:
+    gallery::Gallery scene;
+    FrameDriver run{scene, gallery::logical_width, gallery::logical_height};
+
+    std::shared_ptr<ui::Widget> first_child() const { return scene.content()->children.front(); }
+};
+
+TEST_F(GalleryTest, StartsOnTheFirstSectionWithTheSidebarInAgreement) {
+    EXPECT_EQ(scene.page(), 0);
+    EXPECT_EQ(scene.sidebar()->selected(), 0);
+    EXPECT_EQ(scene.sections().size(), 10u);
+    EXPECT_EQ(scene.content()->children.size(), 9u) << "one card per control of 基础";
+    EXPECT_NE(scene.find("control.Button"), nullptr);
+}
+
+TEST_F(GalleryTest, SelectClampsAndPutsTheSettingsPanelFirstOnTheMaterialPage) {
+    scene.select(99);
+    EXPECT_EQ(scene.page(), gallery::material_page);
+    EXPECT_EQ(scene.sidebar()->selected(), gallery::material_page);
+    EXPECT_NE(std::dynamic_pointer_cast<ui::GlassSettingsPanel>(first_child()), nullptr);
+    EXPECT_STREQ(first_child()->class_name(), "GlassSettingsPanel");
+    scene.select(-4);
+    EXPECT_EQ(scene.page(), 0);
+    EXPECT_EQ(scene.sidebar()->selected(), 0);
+}
+
+TEST_F(GalleryTest, TheSidebarIsTheRoadToARebuild) {
+    scene.sidebar()->select(3);
+    EXPECT_EQ(scene.page(), 3);
+    EXPECT_NE(scene.find("control.ColorPicker"), nullptr);
+    EXPECT_EQ(scene.find("control.Button"), nullptr);
+
+    // Selecting the page on show rebuilds it: edits are lost.
+    auto picker = scene.find("control.ColorPicker");
+    scene.select(3);
+    EXPECT_NE(scene.find("control.ColorPicker"), picker);
+}
+
+TEST_F(GalleryTest, ChangingSectionClosesOverlaysAndClearsTheFocus) {
+    scene.select(8);
+    run.frame();
+    for (const auto& card : scene.content()->children)
+        for (const auto& w : card->children)
+            if (w->text == "打开 Dialog") w->activate();
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    scene.focus(scene.find("control.DropDownMenu"));
+    run.key(75, true); // Ctrl+K stacks the palette on top
+    EXPECT_EQ(scene.overlays().size(), 2u);
+
+    scene.select(2);
+    EXPECT_TRUE(scene.overlays().empty());
+    EXPECT_EQ(scene.focus(), nullptr);
+    EXPECT_EQ(scene.page(), 2);
+}
+
+TEST_F(GalleryTest, PaletteOffersEverySectionAndTheZeroingCommand) {
+    auto palette = std::dynamic_pointer_cast<ui::CommandPalette>(scene.command_palette());
+    ASSERT_NE(palette, nullptr);
+    ASSERT_EQ(palette->commands.size(), 11u);
+    EXPECT_EQ(palette->commands[6].title, "切换到 / 数据");
+    palette->commands[6].action();
+    EXPECT_EQ(scene.page(), 6);
+
+    palette->commands.back().action();
+    EXPECT_EQ(scene.page(), gallery::material_page);
+    EXPECT_EQ(scene.theme.tint, 0);
+    EXPECT_EQ(scene.theme.blur, 0);
+    auto panel = std::dynamic_pointer_cast<ui::GlassSettingsPanel>(first_child());
+    ASSERT_NE(panel, nullptr);
+    EXPECT_DOUBLE_EQ(panel->sliders[5]->value(), 0) << "the panel shows the zeroed tint";
+}
+
+// Every card stays inside its column, no two cards overlap, and each control fits its card.
+TEST_F(GalleryTest, CardsNeitherOverlapNorClipTheirControls) {
+    for (int page = 0; page < gallery::material_page; ++page) {
+        scene.select(page);
+        run.frame();
+        const auto& cards = scene.content()->children;
+        for (std::size_t i = 0; i < cards.size(); ++i) {
+            const ui::Rect a = cards[i]->bounds;
+            EXPECT_LE(a.x + a.w, scene.content()->bounds.w - 13) << cards[i]->text;
+            for (std::size_t j = i + 1; j < cards.size(); ++j) {
+                const ui::Rect b = cards[j]->bounds;
+                const bool apart =
+                    a.x + a.w <= b.x || b.x + b.w <= a.x || a.y + a.h <= b.y || b.y + b.h <= a.y;
+                EXPECT_TRUE(apart) << cards[i]->text << " / " << cards[j]->text;
+            }
+            for (const auto& control : cards[i]->children) {
+                const ui::Rect c = control->bounds;
+                EXPECT_LE(c.x + c.w, a.w) << cards[i]->text;
+                EXPECT_LE(c.y + c.h, a.h) << cards[i]->text;
+            }
+        }
+    }
+}
+
+// What render-all demands, without a GPU: every catalogued class gets painted by some page.
+TEST_F(GalleryTest, ThePagesPaintTheWholeCatalogue) {
+    for (int page = 0; page < static_cast<int>(scene.sections().size()); ++page) {
+        scene.select(page);
+        run.frame();
+        const float m = scene.content()->max_scroll();
+        for (float y = 0; y < m + 540; y += 540) {
+            scene.content()->scroll(std::min(y, m));
+            run.frame();
+        }
+    }
+    std::set<std::string> missing;
+    for (const auto& row : ui::control_registry())
+        if (!scene.rendered_names().count(row.name)) missing.insert(row.name);
+    EXPECT_TRUE(missing.empty()) << *missing.begin();
+}
+
+} // namespace

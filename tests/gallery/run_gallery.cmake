@@ -1,0 +1,27 @@
+# Runs velmora-gallery headless in one mode and checks its exit code and output.
+#   cmake -DGALLERY=<exe> -DMODE=smoke|render-all -DOUT=<dir> -DWORKDIR=<dir> -P run_gallery.cmake
+file(REMOVE_RECURSE "${OUT}")
+execute_process(COMMAND env -u DISPLAY "${GALLERY}" --${MODE} "${OUT}/renders"
+                WORKING_DIRECTORY "${WORKDIR}" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+message("${out}${err}")
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "velmora-gallery --${MODE} exited with ${rc}")
+endif()
+if(NOT out MATCHES "^VelmoraUI 0\\.2\\.0 / [^\n]+\n")
+    message(FATAL_ERROR "missing the version line")
+endif()
+if(MODE STREQUAL "render-all")
+    if(NOT out MATCHES "\nGallery rendered 68 / 68; refraction changed [0-9]+ pixels\n$")
+        message(FATAL_ERROR "missing the summary line")
+    endif()
+    file(READ "${OUT}/renders/gallery-report.json" report)
+    if(NOT report MATCHES "^{\"version\":\"0\\.2\\.0\",\"width\":1920,\"height\":1200,\"galleryScreenshots\":[0-9]+,\"overlayScreenshots\":6,\"controls\":\\[\"Button\",.*\"CommandPalette\"\\],\"renderedControlCount\":68,\"tint\":0,\"blur\":0,\"sigma\":0,\"refractionChangedPixels\":[0-9]+}$")
+        message(FATAL_ERROR "unexpected report: ${report}")
+    endif()
+    foreach(name gallery-1-1 gallery-10-1 overlay-ColorPicker overlay-DatePicker overlay-FilePicker
+                 overlay-DirectoryPicker overlay-Table overlay-CommandPalette refraction-0 refraction-30)
+        if(NOT EXISTS "${OUT}/renders/${name}.png")
+            message(FATAL_ERROR "missing ${name}.png")
+        endif()
+    endforeach()
+endif()
