@@ -29,11 +29,13 @@
 #include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/drives.hpp"
 #include "velmora/widgets/file_browser.hpp"
+#include "velmora/widgets/glass_settings.hpp"
 #include "velmora/widgets/lists.hpp"
 #include "velmora/widgets/menus.hpp"
 #include "velmora/widgets/palette.hpp"
 #include "velmora/widgets/pickers.hpp"
 #include "velmora/widgets/range.hpp"
+#include "velmora/widgets/registry.hpp"
 #include "velmora/widgets/table.hpp"
 #include "velmora/widgets/text_field.hpp"
 
