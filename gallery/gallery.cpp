@@ -32,8 +32,19 @@ constexpr float opener_height = 44;
 const char* const section_names[] = {"基础", "输入", "数值", "选择",       "布局",
                                      "导航", "数据", "反馈", "菜单与弹层", "材质配置"};
 
-std::shared_ptr<Label> label(Panel& parent, const std::string& text, Rect at, float size, int weight) {
-    auto l = parent.emplace<Label>(text);
+// A label in the theme's muted colour, whichever theme is in force when it paints.
+class MutedLabel : public Label {
+public:
+    using Label::Label;
+    void paint(PaintContext& context) override {
+        color = context.theme.muted;
+        Label::paint(context);
+    }
+};
+
+template <class T = Label>
+std::shared_ptr<T> label(Panel& parent, const std::string& text, Rect at, float size, int weight) {
+    auto l = parent.emplace<T>(text);
     l->bounds = at;
     l->font_size = size;
     l->weight = weight;
@@ -98,18 +109,17 @@ Gallery::Gallery() : sections_(std::begin(section_names), std::end(section_names
 void Gallery::build_shell() {
     Panel& shell = *root();
     label(shell, "VelmoraUI", {28, 18, 330, 50}, 36, 600);
-    label(shell, "C++ COMPONENT LAB / 0.2.0", {28, 69, 400, 22}, 11, 400)->color = theme.muted;
+    label<MutedLabel>(shell, "C++ COMPONENT LAB / 0.2.0", {28, 69, 400, 22}, 11, 400);
 
     sidebar_ = shell.emplace<Sidebar>(sections_);
     sidebar_->bounds = {24, 116, 204, 440};
     sidebar_->item_height = 42;
     sidebar_->on_select = [this](int index) { select(index); };
 
-    label(shell, "非商业 · 应用完整源码公开", {28, 690, 214, 30}, 11, 400)->color = theme.muted;
+    label<MutedLabel>(shell, "非商业 · 应用完整源码公开", {28, 690, 214, 30}, 11, 400);
     label(shell, "Tab 切换焦点 / Ctrl+K 命令", {28, 724, 216, 30}, 11, 400);
     title_ = label(shell, "", {266, 24, 980, 42}, 25, 600);
-    subtitle_ = label(shell, "", {266, 70, 980, 26}, 12, 400);
-    subtitle_->color = theme.muted;
+    subtitle_ = label<MutedLabel>(shell, "", {266, 70, 980, 26}, 12, 400);
 
     content_ = shell.emplace<ScrollPane>();
     content_->bounds = {256, 116, 996, 656};
@@ -220,9 +230,8 @@ void Gallery::build_material_page() {
         report("折射预览",
                "Refraction " + std::to_string(static_cast<int>(theme.refraction)) + " · 玻璃边缘弯折背景");
     };
-    label(*card, "Tint 与 Blur 归零后，玻璃只剩折射：拖动 Refraction 观察网格在边缘弯曲。",
-          {22, 290, 476, 60}, 12, 400)
-        ->color = theme.muted;
+    label<MutedLabel>(*card, "Tint 与 Blur 归零后，玻璃只剩折射：拖动 Refraction 观察网格在边缘弯曲。",
+                      {22, 290, 476, 60}, 12, 400);
     auto zero = card->emplace<Button>("归零 Tint、Blur、Sigma");
     zero->bounds = {22, 380, 300, 38};
     zero->on_activate = [this](Widget&) { zero_material(); };
