@@ -1,0 +1,61 @@
+// The GL entry points above 1.1 that the tests call directly. opengl32.dll exports only 1.1,
+// so these forward to the driver through wglGetProcAddress, looked up on each call because
+// the answer belongs to the context current at the time.
+#include <windows.h>
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+template <typename F> F resolve(const char* name) {
+    PROC p = wglGetProcAddress(name);
+    if (!p) {
+        std::fprintf(stderr, "GL entry point missing: %s\n", name);
+        std::abort();
+    }
+    return reinterpret_cast<F>(reinterpret_cast<void*>(p));
+}
+
+} // namespace
+
+#define VELMORA_FORWARD(ret, name, params, args)                                                             \
+    extern "C" ret APIENTRY name params { return resolve<decltype(&name)>(#name) args; }
+
+VELMORA_FORWARD(void, glActiveTexture, (GLenum a), (a))
+VELMORA_FORWARD(void, glAttachShader, (GLuint a, GLuint b), (a, b))
+VELMORA_FORWARD(void, glBindBuffer, (GLenum a, GLuint b), (a, b))
+VELMORA_FORWARD(void, glBindFramebuffer, (GLenum a, GLuint b), (a, b))
+VELMORA_FORWARD(void, glBindSampler, (GLuint a, GLuint b), (a, b))
+VELMORA_FORWARD(void, glBindVertexArray, (GLuint a), (a))
+VELMORA_FORWARD(void, glBlendEquationSeparate, (GLenum a, GLenum b), (a, b))
+VELMORA_FORWARD(void, glBlendFuncSeparate, (GLenum a, GLenum b, GLenum c, GLenum d), (a, b, c, d))
+VELMORA_FORWARD(void, glBufferData, (GLenum a, GLsizeiptr b, const void* c, GLenum d), (a, b, c, d))
+VELMORA_FORWARD(void, glColorMaski, (GLuint a, GLboolean b, GLboolean c, GLboolean d, GLboolean e),
+                (a, b, c, d, e))
+VELMORA_FORWARD(void, glCompileShader, (GLuint a), (a))
+VELMORA_FORWARD(GLuint, glCreateProgram, (), ())
+VELMORA_FORWARD(GLuint, glCreateShader, (GLenum a), (a))
+VELMORA_FORWARD(void, glDeleteBuffers, (GLsizei a, const GLuint* b), (a, b))
+VELMORA_FORWARD(void, glDeleteFramebuffers, (GLsizei a, const GLuint* b), (a, b))
+VELMORA_FORWARD(void, glDeleteProgram, (GLuint a), (a))
+VELMORA_FORWARD(void, glDeleteSamplers, (GLsizei a, const GLuint* b), (a, b))
+VELMORA_FORWARD(void, glDeleteShader, (GLuint a), (a))
+VELMORA_FORWARD(void, glDeleteVertexArrays, (GLsizei a, const GLuint* b), (a, b))
+VELMORA_FORWARD(void, glFramebufferTexture2D, (GLenum a, GLenum b, GLenum c, GLuint d, GLint e),
+                (a, b, c, d, e))
+VELMORA_FORWARD(void, glGenBuffers, (GLsizei a, GLuint* b), (a, b))
+VELMORA_FORWARD(void, glGenFramebuffers, (GLsizei a, GLuint* b), (a, b))
+VELMORA_FORWARD(void, glGenSamplers, (GLsizei a, GLuint* b), (a, b))
+VELMORA_FORWARD(void, glGenVertexArrays, (GLsizei a, GLuint* b), (a, b))
+VELMORA_FORWARD(void, glGetIntegeri_v, (GLenum a, GLuint b, GLint* c), (a, b, c))
+VELMORA_FORWARD(void, glLinkProgram, (GLuint a), (a))
+VELMORA_FORWARD(void, glSampleCoverage, (GLfloat a, GLboolean b), (a, b))
+VELMORA_FORWARD(void, glSampleMaski, (GLuint a, GLbitfield b), (a, b))
+VELMORA_FORWARD(void, glSamplerParameteri, (GLuint a, GLenum b, GLint c), (a, b, c))
+VELMORA_FORWARD(void, glShaderSource, (GLuint a, GLsizei b, const GLchar* const* c, const GLint* d),
+                (a, b, c, d))
+VELMORA_FORWARD(void, glUseProgram, (GLuint a), (a))

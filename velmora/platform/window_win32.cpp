@@ -1,0 +1,574 @@
+// Window on Win32 with a WGL context: messages into Input, clipboard, input methods.
+//
+//   look-ups            entry points that older systems lack, found at run time
+//   class               the window class, registered once per process
+//   clipboard           reading CF_UNICODETEXT
+//   Impl                the window's state, creation, the message procedure and its rules
+//   Window              the public calls
+#include "velmora/platform/window.hpp"
+
+#include "velmora/core/utf8.hpp"
+#include "velmora/platform/error.hpp"
+#include "velmora/platform/wstring_win32.hpp"
+
+#include <imm.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace velmora::ui {
+
+namespace {
+
+// ---- look-ups ---------------------------------------------------------------
+
+template <typename F> F lookup(const char* library, const char* name) {
+    HMODULE module = GetModuleHandleA(library);
+    if (!module) return nullptr;
+    return reinterpret_cast<F>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+template <typename F> F wgl_lookup(const char* name) {
+    return reinterpret_cast<F>(reinterpret_cast<void*>(wglGetProcAddress(name)));
+}
+
+using SetAwareness = BOOL(WINAPI*)(HANDLE);
+using DpiForWindow = UINT(WINAPI*)(HWND);
+using CreateContextAttribs = HGLRC(WINAPI*)(HDC, HGLRC, const int*);
+using SwapInterval = BOOL(WINAPI*)(int);
+
+// DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2; older headers lack the name.
+const HANDLE per_monitor_aware_v2 = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-4));
+
+constexpr int wgl_context_major_version = 0x2091;
+constexpr int wgl_context_minor_version = 0x2092;
+constexpr int wgl_context_profile_mask = 0x9126;
+constexpr int wgl_context_core_profile = 0x1;
+constexpr int wgl_context_compatibility_profile = 0x2;
+
+// ---- class ------------------------------------------------------------------
+
+constexpr const wchar_t* class_name = L"VelmoraUI.Cpp.0.1";
+std::once_flag registered;
+
+// ---- clipboard --------------------------------------------------------------
+
+// Never throws: a clipboard that can't be opened or holds no text reads as empty.
+std::string clipboard(HWND window) {
+    if (!OpenClipboard(window)) return {};
+    std::string text;
+    if (HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
+        if (const auto* units = static_cast<const wchar_t*>(GlobalLock(data))) {
+            try {
+                text = utf8_w(units);
+            } catch (...) {
+                text.clear();
+            }
+            GlobalUnlock(data);
+        }
+    }
+    CloseClipboard();
+    return text;
+}
+
+bool held(int key) { return (GetKeyState(key) & 0x8000) != 0; }
+
+} // namespace
+
+// ---- Impl -------------------------------------------------------------------
+
+struct Window::Impl {
+    HWND window = nullptr;
+    HDC dc = nullptr;
+    HGLRC context = nullptr;
+    HDC previous_dc = nullptr; // current before this window, put back at the end
+    HGLRC previous_context = nullptr;
+    Input input;
+    bool open = true;
+    bool text_on = false;
+    float dpi_scale = 1;
+    char16_t pending_high = 0;
+    std::thread::id thread = std::this_thread::get_id();
+
+    ~Impl();
+    void check() const;
+    void create(const WindowOptions& options);
+    void make_context();
+    void character(char16_t unit);
+    void key_down(unsigned code);
+    void modifiers();
+    void mouse_at(LPARAM position);
+    void release_press();
+    void composing();
+    void end_composition();
+    LRESULT handle(UINT message, WPARAM wparam, LPARAM lparam);
+    static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+};
+
+void Window::Impl::check() const {
+    if (std::this_thread::get_id() != thread) throw std::logic_error("Window used from another thread");
+}
+
+void Window::Impl::create(const WindowOptions& options) {
+    const std::wstring title = wide_w(options.title);
+
+    if (auto aware = lookup<SetAwareness>("user32.dll", "SetProcessDpiAwarenessContext"))
+        aware(per_monitor_aware_v2); // refused when the process has chosen already: no matter
+
+    const HINSTANCE module = GetModuleHandleW(nullptr);
+    bool class_failed = false;
+    DWORD class_error = 0;
+    std::call_once(registered, [&] {
+        WNDCLASSEXW wc{};
+        wc.cbSize = sizeof wc;
+        wc.style = CS_OWNDC;
+        wc.lpfnWndProc = &Impl::procedure;
+        wc.hInstance = module;
+        wc.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
+        wc.lpszClassName = class_name;
+        if (!RegisterClassExW(&wc) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
+            class_failed = true;
+            class_error = GetLastError();
+        }
+    });
+    if (class_failed) {
+        SetLastError(class_error);
+        platform_error("RegisterClass");
+    }
+
+    RECT frame{0, 0, options.width, options.height};
+    AdjustWindowRect(&frame, WS_OVERLAPPEDWINDOW, FALSE);
+
+    previous_dc = wglGetCurrentDC();
+    previous_context = wglGetCurrentContext();
+
+    window =
+        CreateWindowExW(0, class_name, title.c_str(), WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, CW_USEDEFAULT,
+                        frame.right - frame.left, frame.bottom - frame.top, nullptr, nullptr, module, this);
+    if (!window) platform_error("CreateWindow");
+
+    if (auto dpi = lookup<DpiForWindow>("user32.dll", "GetDpiForWindow"))
+        if (const UINT value = dpi(window)) dpi_scale = static_cast<float>(value) / 96.0f;
+
+    dc = GetDC(window);
+    if (!dc) platform_error("GetDC");
+    make_context();
+
+    // Input methods stay off until a field asks for text.
+    ImmAssociateContextEx(window, nullptr, 0);
+
+    if (options.visible) {
+        ShowWindow(window, SW_SHOW);
+        UpdateWindow(window);
+    } else {
+        // Off the desktop but shown: a real back buffer for unattended rendering.
+        SetWindowPos(window, nullptr, -10000, -10000, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+        ShowWindow(window, SW_SHOWNOACTIVATE);
+    }
+
+    RECT client{};
+    GetClientRect(window, &client);
+    const int dw = options.width - (client.right - client.left);
+    const int dh = options.height - (client.bottom - client.top);
+    if (dw != 0 || dh != 0) {
+        RECT outer{};
+        GetWindowRect(window, &outer);
+        SetWindowPos(window, nullptr, 0, 0, outer.right - outer.left + dw, outer.bottom - outer.top + dh,
+                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+}
+
+void Window::Impl::make_context() {
+    PIXELFORMATDESCRIPTOR pfd{};
+    pfd.nSize = sizeof pfd;
+    pfd.nVersion = 1;
+    pfd.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
+    pfd.iPixelType = PFD_TYPE_RGBA;
+    pfd.cColorBits = 32;
+    pfd.cAlphaBits = 8;
+    pfd.cDepthBits = 24;
+    pfd.cStencilBits = 8;
+    pfd.iLayerType = PFD_MAIN_PLANE;
+    const int format = ChoosePixelFormat(dc, &pfd);
+    if (format == 0 || !SetPixelFormat(dc, format, &pfd)) platform_error("Pixel format");
+
+    context = wglCreateContext(dc);
+    if (!context || !wglMakeCurrent(dc, context)) platform_error("Create WGL context");
+
+    // The legacy context may already be 3.3 or newer; the backend's version check decides.
+    // A 3.3 compatibility context is preferred, for hosts that mix in fixed-function GL, and
+    // a core one where only that exists.
+    if (auto create_attribs = wgl_lookup<CreateContextAttribs>("wglCreateContextAttribsARB")) {
+        for (int profile : {wgl_context_compatibility_profile, wgl_context_core_profile}) {
+            const int attributes[] = {wgl_context_major_version,
+                                      3,
+                                      wgl_context_minor_version,
+                                      3,
+                                      wgl_context_profile_mask,
+                                      profile,
+                                      0};
+            HGLRC modern = create_attribs(dc, nullptr, attributes);
+            if (!modern) continue;
+            if (wglMakeCurrent(dc, modern)) {
+                wglDeleteContext(context);
+                context = modern;
+                break;
+            }
+            wglDeleteContext(modern);
+            wglMakeCurrent(dc, context);
+        }
+    }
+
+    if (auto interval = wgl_lookup<SwapInterval>("wglSwapIntervalEXT"))
+        interval(1); // where the driver refuses, presentation simply doesn't wait
+}
+
+Window::Impl::~Impl() {
+    if (context) {
+        if (wglGetCurrentContext() == context) wglMakeCurrent(nullptr, nullptr);
+        wglDeleteContext(context);
+    }
+    if (previous_context) wglMakeCurrent(previous_dc, previous_context);
+    if (window) {
+        if (dc) ReleaseDC(window, dc);
+        // Messages sent during destruction must not reach this half-destroyed object.
+        SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+        DestroyWindow(window);
+    }
+}
+
+void Window::Impl::modifiers() {
+    input.ctrl = held(VK_CONTROL);
+    input.shift = held(VK_SHIFT);
+}
+
+void Window::Impl::mouse_at(LPARAM position) {
+    // Signed: a captured pointer can leave the window on the left or top.
+    const auto x = static_cast<short>(LOWORD(position));
+    const auto y = static_cast<short>(HIWORD(position));
+    input.mouse = {static_cast<float>(x) / dpi_scale, static_cast<float>(y) / dpi_scale};
+}
+
+// A press that ends without its button coming up (focus or capture taken away) is released
+// here exactly once; the button's own up message later finds nothing held.
+void Window::Impl::release_press() {
+    input.mouse_down = false;
+    input.mouse_released = true;
+}
+
+void Window::Impl::key_down(unsigned code) {
+    modifiers();
+    input.alt = held(VK_MENU);
+    input.key = code;
+    for (const KeyFlag& k : key_flags)
+        if (k.code == code) input.*k.flag = true;
+    // Assignments, not settings: a plain letter later in the same poll takes a shortcut back.
+    const bool ctrl = input.ctrl;
+    switch (code) {
+    case vk::a:
+        input.select_all = ctrl;
+        break;
+    case vk::c:
+        input.copy = ctrl;
+        break;
+    case vk::x:
+        input.cut = ctrl;
+        break;
+    case vk::y:
+        input.redo = ctrl;
+        break;
+    case vk::z:
+        input.undo = ctrl && !input.shift;
+        input.redo = ctrl && input.shift;
+        break;
+    case vk::v:
+        if (ctrl && text_on) input.paste += clipboard(window);
+        break;
+    default:
+        break;
+    }
+}
+
+// Characters outside the basic plane arrive as two WM_CHAR messages, high surrogate first.
+// Control characters (tab, enter, backspace) are keys, not text.
+void Window::Impl::character(char16_t unit) {
+    if (unit >= 0xDC00 && unit <= 0xDFFF) {
+        if (pending_high != 0) {
+            const char32_t cp =
+                0x10000 + ((static_cast<char32_t>(pending_high) - 0xD800) << 10) + (unit - 0xDC00);
+            append_utf8(input.text, cp);
+        }
+        pending_high = 0;
+        return;
+    }
+    if (unit >= 0xD800 && unit <= 0xDBFF) {
+        pending_high = unit;
+        return;
+    }
+    pending_high = 0;
+    if (unit >= 0x20 && unit != 0x7F) append_utf8(input.text, unit);
+}
+
+// The preedit text is shown by the focused field itself, with its cursor as a byte offset.
+void Window::Impl::composing() {
+    HIMC ime = ImmGetContext(window);
+    if (!ime) return;
+    const LONG bytes = ImmGetCompositionStringW(ime, GCS_COMPSTR, nullptr, 0);
+    std::wstring units(bytes > 0 ? static_cast<std::size_t>(bytes) / sizeof(wchar_t) : 0, L'\0');
+    if (!units.empty()) ImmGetCompositionStringW(ime, GCS_COMPSTR, units.data(), static_cast<DWORD>(bytes));
+    const LONG cursor = ImmGetCompositionStringW(ime, GCS_CURSORPOS, nullptr, 0);
+    ImmReleaseContext(window, ime);
+    try {
+        const std::size_t at = cursor > 0 ? std::min(static_cast<std::size_t>(cursor), units.size()) : 0;
+        input.composition = utf8_w(units);
+        input.composition_cursor = utf8_w(std::wstring_view(units).substr(0, at)).size();
+    } catch (const std::exception&) {
+        end_composition(); // a malformed preedit shows nothing
+    }
+}
+
+void Window::Impl::end_composition() {
+    input.composition.clear();
+    input.composition_cursor = 0;
+}
+
+LRESULT Window::Impl::handle(UINT message, WPARAM wparam, LPARAM lparam) {
+    switch (message) {
+    case WM_CLOSE:
+        open = false; // the window stays; the program ends its loop
+        return 0;
+    case WM_ERASEBKGND:
+        return 1;
+    case WM_GETMINMAXINFO: {
+        auto* info = reinterpret_cast<MINMAXINFO*>(lparam);
+        info->ptMaxTrackSize = {32768, 32768};
+        return 0;
+    }
+    case WM_KILLFOCUS:
+        input.mouse_down = false;
+        input.mouse_released = true;
+        input.focus_lost = true;
+        pending_high = 0;
+        end_composition();
+        return 0;
+    case WM_KEYDOWN:
+        key_down(static_cast<unsigned>(wparam));
+        return 0;
+    case WM_KEYUP:
+        modifiers();
+        return 0;
+    case WM_CHAR:
+        if (text_on && !input.ctrl) character(static_cast<char16_t>(wparam));
+        return 0;
+    case WM_MOUSEMOVE:
+        mouse_at(lparam);
+        return 0;
+    case WM_LBUTTONDOWN:
+        mouse_at(lparam);
+        input.mouse_down = true;
+        input.mouse_pressed = true;
+        SetCapture(window); // a drag keeps reporting outside the window
+        return 0;
+    case WM_LBUTTONUP:
+        mouse_at(lparam);
+        input.mouse_down = false;
+        input.mouse_released = true;
+        ReleaseCapture();
+        return 0;
+    case WM_RBUTTONDOWN:
+        mouse_at(lparam);
+        input.right_pressed = true;
+        return 0;
+    case WM_RBUTTONUP:
+        mouse_at(lparam);
+        input.right_released = true;
+        return 0;
+    case WM_MOUSEWHEEL:
+        input.wheel += static_cast<float>(GET_WHEEL_DELTA_WPARAM(wparam)) / WHEEL_DELTA;
+        return 0;
+    case WM_CAPTURECHANGED:
+        // ReleaseCapture in WM_LBUTTONUP lands here too, with the button already up.
+        if (input.mouse_down) release_press();
+        return 0;
+    case WM_DPICHANGED: {
+        dpi_scale = static_cast<float>(HIWORD(wparam)) / 96.0f;
+        const auto* suggested = reinterpret_cast<const RECT*>(lparam);
+        SetWindowPos(window, nullptr, suggested->left, suggested->top, suggested->right - suggested->left,
+                     suggested->bottom - suggested->top, SWP_NOZORDER | SWP_NOACTIVATE);
+        return 0;
+    }
+    case WM_IME_SETCONTEXT:
+        // The field draws the composition inline; the system's own composition window stays hidden.
+        lparam &= ~static_cast<LPARAM>(ISC_SHOWUICOMPOSITIONWINDOW);
+        return DefWindowProcW(window, message, wparam, lparam);
+    case WM_IME_STARTCOMPOSITION:
+        return 0;
+    case WM_IME_COMPOSITION:
+        if (text_on) {
+            if (lparam & GCS_RESULTSTR) end_composition(); // the result comes as WM_CHAR
+            if (lparam & GCS_COMPSTR) composing();
+        }
+        return DefWindowProcW(window, message, wparam, lparam);
+    case WM_IME_ENDCOMPOSITION:
+        end_composition();
+        return DefWindowProcW(window, message, wparam, lparam);
+    default:
+        return DefWindowProcW(window, message, wparam, lparam);
+    }
+}
+
+LRESULT CALLBACK Window::Impl::procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    if (message == WM_NCCREATE) {
+        auto* self = static_cast<Impl*>(reinterpret_cast<CREATESTRUCTW*>(lparam)->lpCreateParams);
+        self->window = window; // CreateWindowExW has not returned yet
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(self));
+        return DefWindowProcW(window, message, wparam, lparam);
+    }
+    auto* self = reinterpret_cast<Impl*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (!self) return DefWindowProcW(window, message, wparam, lparam);
+    return self->handle(message, wparam, lparam);
+}
+
+// ---- Window -----------------------------------------------------------------
+
+Window::Window(const WindowOptions& options) : impl_(std::make_unique<Impl>()) {
+    if (options.width < 64 || options.width > 16384 || options.height < 64 || options.height > 16384)
+        throw std::invalid_argument("Window size");
+    impl_->create(options);
+}
+
+Window::~Window() {
+    if (std::this_thread::get_id() != impl_->thread) std::terminate();
+}
+
+bool Window::poll() {
+    impl_->check();
+    Impl& w = *impl_;
+    Input kept = std::move(w.input);
+    w.input = Input{};
+    w.input.mouse = kept.mouse;
+    w.input.mouse_down = kept.mouse_down;
+    w.input.composition = std::move(kept.composition);
+    w.input.composition_cursor = kept.composition_cursor;
+    w.modifiers();
+
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        if (message.message == WM_QUIT) {
+            w.open = false;
+            continue;
+        }
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+    return w.open;
+}
+
+void Window::swap() {
+    impl_->check();
+    if (!SwapBuffers(impl_->dc)) platform_error("SwapBuffers");
+}
+
+void Window::close() {
+    impl_->check();
+    impl_->open = false;
+}
+
+int Window::width() const {
+    impl_->check();
+    RECT client{};
+    GetClientRect(impl_->window, &client);
+    return client.right - client.left;
+}
+
+int Window::height() const {
+    impl_->check();
+    RECT client{};
+    GetClientRect(impl_->window, &client);
+    return client.bottom - client.top;
+}
+
+float Window::dpi_scale() const {
+    impl_->check();
+    return impl_->dpi_scale;
+}
+
+const Input& Window::input() const {
+    impl_->check();
+    return impl_->input;
+}
+
+void Window::title(const std::string& text) {
+    impl_->check();
+    SetWindowTextW(impl_->window, wide_w(text).c_str());
+}
+
+void Window::text_input(bool on) {
+    impl_->check();
+    if (impl_->text_on == on) return;
+    impl_->text_on = on;
+    ImmAssociateContextEx(impl_->window, nullptr, on ? IACE_DEFAULT : 0);
+    if (!on) impl_->end_composition();
+}
+
+void Window::text_input_rect(Rect r) {
+    impl_->check();
+    HIMC context = ImmGetContext(impl_->window);
+    if (!context) return; // input methods are off
+    const float s = impl_->dpi_scale;
+    const RECT caret{static_cast<LONG>(std::floor(r.x * s)), static_cast<LONG>(std::floor(r.y * s)),
+                     static_cast<LONG>(std::ceil((r.x + r.w) * s)),
+                     static_cast<LONG>(std::ceil((r.y + r.h) * s))};
+    COMPOSITIONFORM composition{};
+    composition.dwStyle = CFS_POINT;
+    composition.ptCurrentPos = {caret.left, caret.top};
+    ImmSetCompositionWindow(context, &composition);
+    // The candidate list opens below the caret and never covers it.
+    CANDIDATEFORM candidates{};
+    candidates.dwIndex = 0;
+    candidates.dwStyle = CFS_EXCLUDE;
+    candidates.ptCurrentPos = {caret.left, caret.bottom};
+    candidates.rcArea = caret;
+    ImmSetCandidateWindow(context, &candidates);
+    ImmReleaseContext(impl_->window, context);
+}
+
+void Window::clipboard_text(const std::string& text) {
+    impl_->check();
+    const std::wstring units = wide_w(text);
+    const std::size_t bytes = (units.size() + 1) * sizeof(wchar_t);
+    HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, bytes);
+    if (!memory) platform_error("Clipboard allocation");
+    void* target = GlobalLock(memory);
+    if (!target) {
+        const DWORD code = GetLastError();
+        GlobalFree(memory);
+        SetLastError(code);
+        platform_error("Clipboard lock");
+    }
+    std::memcpy(target, units.c_str(), bytes);
+    GlobalUnlock(memory);
+    // A clipboard held by another program stays as it was.
+    if (!OpenClipboard(impl_->window)) {
+        GlobalFree(memory);
+        return;
+    }
+    // Once SetClipboardData succeeds, the memory belongs to the clipboard.
+    if (!EmptyClipboard() || !SetClipboardData(CF_UNICODETEXT, memory)) GlobalFree(memory);
+    CloseClipboard();
+}
+
+void* Window::native_handle() const {
+    impl_->check();
+    return impl_->window;
+}
+
+} // namespace velmora::ui
