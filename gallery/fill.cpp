@@ -1,8 +1,7 @@
 // Gallery::fill: the demonstration content of every catalogued control.
 //
 // Each control gets realistic items and callbacks; what the user does is reported in a
-// notification. Controls on one page that drive each other find each other through the
-// gallery's weak references, which a rebuild resets.
+// notification. Controls on one page that drive each other meet through Scene::find.
 //
 //   - helpers and sample data
 //   - fill, by group: basic, input, numeric, choice, data, layout, navigation, overlays, feedback
@@ -175,16 +174,15 @@ void Gallery::fill(const std::shared_ptr<Widget>& control) {
         auto& s = as<Slider>(control);
         s.value(0.65);
         s.bounds.w = 442;
-        // Drives the progress bar that follows it on the same page.
+        // Drives the progress bar on the same page.
         s.on_change = [this](Widget& w) {
-            if (auto bar = std::dynamic_pointer_cast<ProgressBar>(progress_.lock()))
+            if (auto bar = std::dynamic_pointer_cast<ProgressBar>(find("control.ProgressBar")))
                 bar->value(static_cast<Slider&>(w).value());
         };
         break;
     }
     case ControlKind::ProgressBar:
         control->bounds.w = 442;
-        progress_ = control;
         break;
     case ControlKind::ScrollBar: {
         auto& s = as<ScrollBar>(control);

@@ -140,7 +140,6 @@ void Gallery::select(int index) {
     while (!overlays().empty()) close_top();
     content_->clear();
     content_->scroll(0);
-    progress_.reset();
 
     const std::string& name = sections_[static_cast<std::size_t>(index)];
     title_->text = name;
@@ -151,16 +150,16 @@ void Gallery::select(int index) {
         build_material_page();
         return;
     }
-    row_top_ = 0;
-    row_height_ = 0;
+    float row_top = 0;
+    float row_height = 0;
     int n = 0;
     for (const ControlDescriptor& row : control_registry())
-        if (name == row.group) build_card(row, n++);
+        if (name == row.group) build_card(row, n++, row_top, row_height);
 }
 
 // ---- cards ------------------------------------------------------------------------------------------------
 
-void Gallery::build_card(const ControlDescriptor& row, int n) {
+void Gallery::build_card(const ControlDescriptor& row, int n, float& row_top, float& row_height) {
     auto control = row.factory();
     fill(control);
     const float preview = preview_height(*control);
@@ -168,16 +167,16 @@ void Gallery::build_card(const ControlDescriptor& row, int n) {
     const float height = std::max(preview + 70 + (opener ? opener_height : 0), 112.0f);
 
     if (n % 2 == 0 && n > 0) {
-        row_top_ += row_height_ + card_gap;
-        row_height_ = 0;
+        row_top += row_height + card_gap;
+        row_height = 0;
     }
-    row_height_ = std::max(row_height_, height);
+    row_height = std::max(row_height, height);
 
     char number[8];
     std::snprintf(number, sizeof number, "%02d", row.catalogue_number);
     auto card = content_->emplace<Card>(std::string(number) + "  " + row.name);
     card->padding = 16;
-    card->bounds = {static_cast<float>(n % 2) * column_step, row_top_, card_width, height};
+    card->bounds = {static_cast<float>(n % 2) * column_step, row_top, card_width, height};
 
     control->id = std::string("control.") + row.name;
     control->bounds = {16, 54, std::min(control->bounds.w, control_width), preview};

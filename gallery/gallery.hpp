@@ -47,7 +47,8 @@ public:
 
 private:
     void build_shell();
-    void build_card(const ui::ControlDescriptor& row, int n);
+    // Places the n-th card of a section; `row_top` and `row_height` carry the row being filled.
+    void build_card(const ui::ControlDescriptor& row, int n, float& row_top, float& row_height);
     void build_material_page();
     // Re-reads the theme into the settings panel, when the material page is on show.
     void sync_panel();
@@ -60,11 +61,6 @@ private:
     std::shared_ptr<ui::Label> subtitle_;
     std::vector<std::string> sections_;
     int page_ = 0;
-    // Card placement of the section being built: top and height of the current row.
-    float row_top_ = 0;
-    float row_height_ = 0;
-    // Controls of the section on show that drive each other.
-    std::weak_ptr<ui::Widget> progress_;
 };
 
 } // namespace gallery

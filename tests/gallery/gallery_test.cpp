@@ -7,6 +7,7 @@
 #include "velmora/widgets/glass_settings.hpp"
 #include "velmora/widgets/lists.hpp"
 #include "velmora/widgets/palette.hpp"
+#include "velmora/widgets/range.hpp"
 
 #include <gtest/gtest.h>
 
@@ -89,6 +90,15 @@ TEST_F(GalleryTest, PaletteOffersEverySectionAndTheZeroingCommand) {
     auto panel = std::dynamic_pointer_cast<ui::GlassSettingsPanel>(first_child());
     ASSERT_NE(panel, nullptr);
     EXPECT_DOUBLE_EQ(panel->sliders[5]->value(), 0) << "the panel shows the zeroed tint";
+}
+
+TEST_F(GalleryTest, TheSliderDrivesTheProgressBarOnItsPage) {
+    scene.select(2);
+    auto slider = std::dynamic_pointer_cast<ui::Slider>(scene.find("control.Slider"));
+    auto bar = std::dynamic_pointer_cast<ui::ProgressBar>(scene.find("control.ProgressBar"));
+    ASSERT_TRUE(slider && bar);
+    slider->value(0.25);
+    EXPECT_DOUBLE_EQ(bar->value(), 0.25);
 }
 
 // Every card stays inside its column, no two cards overlap, and each control fits its card.
