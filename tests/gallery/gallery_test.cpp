@@ -101,6 +101,43 @@ TEST_F(GalleryTest, TheSliderDrivesTheProgressBarOnItsPage) {
     EXPECT_DOUBLE_EQ(bar->value(), 0.25);
 }
 
+// Menus and dialogs live behind buttons and right clicks; each opens a live instance of its class.
+TEST_F(GalleryTest, OverlaysOpenBehindTheirButtons) {
+    scene.select(8);
+    run.frame();
+    const auto centre = [](const ui::Widget& w) {
+        const ui::Rect& r = w.screen_bounds;
+        return ui::Vec2{r.x + r.w / 2, r.y + r.h / 2};
+    };
+    const auto show = [&](const std::shared_ptr<ui::Widget>& w) {
+        scene.content()->reveal(*w);
+        run.frame();
+    };
+    for (const auto& card : std::vector(scene.content()->children)) {
+        for (const auto& w : std::vector(card->children)) {
+            if (w->text.rfind("打开 ", 0) != 0) continue;
+            show(w);
+            run.click(centre(*w));
+            ASSERT_EQ(scene.overlays().size(), 1u) << w->text;
+            EXPECT_EQ(std::string("打开 ") + scene.overlays().back().widget->class_name(), w->text);
+            scene.close_top();
+            run.frame();
+        }
+    }
+    auto drop = scene.find("control.DropDownMenu");
+    show(drop);
+    run.click(centre(*drop));
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    EXPECT_TRUE(scene.overlays().back().popup);
+    scene.close_top();
+
+    auto context = scene.find("control.ContextMenu");
+    show(context);
+    run.right_click(centre(*context));
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    EXPECT_STREQ(scene.overlays().back().widget->class_name(), "ContextMenu");
+}
+
 // Every card stays inside its column, no two cards overlap, and each control fits its card.
 TEST_F(GalleryTest, CardsNeitherOverlapNorClipTheirControls) {
     for (int page = 0; page < gallery::material_page; ++page) {
