@@ -385,14 +385,32 @@ void Gallery::fill(const std::shared_ptr<Widget>& control) {
     case ControlKind::ToolBar: {
         auto& bar = as<Panel>(control);
         if (control->kind() == ControlKind::MenuBar) {
-            for (const char* title : {"文件", "编辑", "视图"}) {
-                auto menu = child<DropDownMenu>(bar, title, {0, 0, 80, 36});
-                menu->menu = std::make_shared<PopupMenu>();
-                menu->menu->item(std::string(title) + " · 新建",
-                                 [this, t = std::string(title)] { report("MenuBar", t + " · 新建"); });
-                menu->menu->checked("显示网格", true, {});
-                menu->menu->disabled("导出 PDF");
-            }
+            const auto act = [this](const std::string& what) {
+                return [this, what] { report("MenuBar", what); };
+            };
+            auto file = std::make_shared<PopupMenu>();
+            auto recent = std::make_shared<PopupMenu>();
+            for (const char* name : {"canvas.cpp", "theme.hpp", "gallery.cpp"}) recent->item(name, act(name));
+            file->item("新建", act("新建文件"));
+            file->item("打开…", act("打开文件"));
+            file->submenu("最近打开", recent);
+            file->separator();
+            file->disabled("导出 PDF");
+            auto edit = std::make_shared<PopupMenu>();
+            edit->item("撤销", act("撤销"));
+            edit->item("重做", act("重做"));
+            edit->separator();
+            edit->checked("自动换行", true, act("切换自动换行"));
+            auto view = std::make_shared<PopupMenu>();
+            auto zoom = std::make_shared<PopupMenu>();
+            for (const char* level : {"50%", "100%", "200%"})
+                zoom->item(level, act(std::string("缩放 ") + level));
+            view->checked("显示网格", true, act("切换网格"));
+            view->checked("显示标尺", false, act("切换标尺"));
+            view->submenu("缩放", zoom);
+            for (const auto& [title, menu] :
+                 {std::pair{"文件", file}, std::pair{"编辑", edit}, std::pair{"视图", view}})
+                child<DropDownMenu>(bar, title, {0, 0, 80, 36})->menu = menu;
         } else {
             for (const char* tool : {"新建", "打开", "保存"}) {
                 auto b = child<Button>(bar, tool, {0, 0, 72, 34});
