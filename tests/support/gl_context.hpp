@@ -11,6 +11,14 @@
 
 #include <stdexcept>
 
+#if defined(_WIN32)
+// <GL/gl.h> includes <windows.h>, which defines `near` and `far` as empty macros; taken in
+// first here so that they can be removed before a test names a function after them.
+#include <windows.h>
+#undef near
+#undef far
+#endif
+
 namespace velmora::test {
 
 class GlTestContext {

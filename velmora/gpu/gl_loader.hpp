@@ -15,6 +15,9 @@ bool gl_library_load();
 // its raw answer, which some drivers fill with small sentinel values instead of null.
 GlProc gl_context_proc(const char* name);
 
+// What vg_open reports when gl_library_load fails, naming the library it looked for.
+extern const char* const gl_library_missing;
+
 // The library's own export of `name`, or null.
 GlProc gl_library_proc(const char* name);
 

@@ -24,6 +24,8 @@ template <typename F> F symbol(void* library, const char* name) {
 
 } // namespace
 
+const char* const gl_library_missing = "Cannot load system OpenGL library.";
+
 bool gl_library_load() {
     gl_lib = dlopen("libGL.so.1", RTLD_NOW | RTLD_LOCAL);
     if (!gl_lib) gl_lib = dlopen("libOpenGL.so.0", RTLD_NOW | RTLD_LOCAL);

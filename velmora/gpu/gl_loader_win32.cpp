@@ -21,6 +21,8 @@ template <typename F> F cast_proc(FARPROC p) {
 
 } // namespace
 
+const char* const gl_library_missing = "Cannot load system opengl32.dll.";
+
 bool gl_library_load() {
     // Only the system's copy: never an opengl32.dll that lies beside the program.
     gl_lib = LoadLibraryExW(L"opengl32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);

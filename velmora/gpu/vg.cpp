@@ -604,7 +604,7 @@ int vg_open(const char* const* shaders) {
         return 0;
     }
     if (!velmora::gpu::gl_library_load()) {
-        set_error("Cannot load system OpenGL library.");
+        set_error(velmora::gpu::gl_library_missing);
         return 0;
     }
     auto fail = [](const char* message) {

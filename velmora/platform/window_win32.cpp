@@ -11,8 +11,9 @@
 #include "velmora/platform/error.hpp"
 #include "velmora/platform/wstring_win32.hpp"
 
-#include <imm.h>
 #include <windows.h>
+// after windows.h, which it needs
+#include <imm.h>
 
 #include <algorithm>
 #include <cmath>

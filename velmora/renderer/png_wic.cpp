@@ -5,8 +5,9 @@
 #include "velmora/platform/error.hpp"
 #include "velmora/platform/wstring_win32.hpp"
 
-#include <wincodec.h>
 #include <windows.h>
+// after windows.h, which it needs
+#include <wincodec.h>
 
 #include <stdexcept>
 #include <string>
