@@ -1,5 +1,7 @@
 #include "velmora/core/canvas.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -10,6 +12,7 @@
 #include <string>
 
 using namespace velmora::ui;
+using velmora::test::thrown;
 
 // Counts heap allocations so a test can prove that a repeated frame allocates nothing.
 namespace {
@@ -24,15 +27,6 @@ void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
 namespace {
-
-template <class E, class F> std::string thrown(F&& f) {
-    try {
-        f();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "<nothing thrown>";
-}
 
 Canvas begun(float w = 200, float h = 100, Theme t = {}) {
     Canvas c;
