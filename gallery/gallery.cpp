@@ -15,7 +15,8 @@
 #include "velmora/widgets/range.hpp"
 
 #include <algorithm>
-#include <cstring>
+#include <cstdio>
+#include <string>
 
 namespace gallery {
 
