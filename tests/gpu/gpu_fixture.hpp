@@ -45,8 +45,13 @@ protected:
 
     void SetUp() override {
         vg_clear_error();
+        restart();
+    }
+
+    // A black back buffer and the canvas begun afresh, for the next frame of a test.
+    void restart(const ui::Theme& theme = analytic()) {
         clear(0xFF000000u);
-        canvas.begin(size, size, analytic());
+        canvas.begin(size, size, theme);
     }
 
     // The default theme with analytic coverage, whose edges fall exactly on pixel boundaries:

@@ -43,9 +43,7 @@ TEST_F(PixelTest, FilledRoundedBoxCoversItsBodyButNotItsCorners) {
     EXPECT_TRUE(near(image.at(30, 30), red)); // inside the corner's curve
 
     // HIGH coverage spreads an edge over neighbouring pixels without losing any of it.
-    clear(0xFF000000u);
-    ui::Theme high;
-    canvas.begin(size, size, high);
+    restart(ui::Theme{});
     canvas.fill({16, 16, 96, 96}, 0xFFFF0000u, 24);
     submit();
     image = read();
@@ -58,11 +56,10 @@ TEST_F(PixelTest, FilledRoundedBoxCoversItsBodyButNotItsCorners) {
 // circular arc of the same radius: at t = .5 it passes 3 units in from both sides.
 TEST_F(PixelTest, CubicCornersFollowTheHandleCircularOnesDoNot) {
     auto corner = [&](bool cubic) {
-        clear(0xFF000000u);
         ui::Theme theme = analytic();
         theme.cubic_corners = cubic;
         theme.corner_smoothing = 1;
-        canvas.begin(size, size, theme);
+        restart(theme);
         canvas.fill({16, 16, 96, 96}, 0xFFFF0000u, 24);
         submit();
         return read();
@@ -111,8 +108,7 @@ TEST_F(PixelTest, ShapedClipsHideWhatLiesOutsideThem) {
     EXPECT_TRUE(near(image.at(32, 64), black));
     EXPECT_TRUE(near(image.at(64, 64), black));
 
-    clear(0xFF000000u);
-    canvas.begin(size, size, analytic());
+    restart();
     canvas.push_clip({32, 32, 64, 64}, 32);
     canvas.clip(everything);
     canvas.fill(everything, 0xFFFF0000u, 0);
@@ -149,8 +145,7 @@ TEST_F(PixelTest, ClosedAndPartialRings) {
     EXPECT_TRUE(near(image.at(64, 43), black));
 
     // A quarter turn clockwise from the top, with round ends.
-    clear(0xFF000000u);
-    canvas.begin(size, size, analytic());
+    restart();
     canvas.ring({32, 32, 64, 64}, 0xFFFFFFFFu, 6, 0.25f, 0);
     submit();
     image = read();
@@ -160,8 +155,7 @@ TEST_F(PixelTest, ClosedAndPartialRings) {
     EXPECT_TRUE(near(image.at(62, 36), white)); // the round cap reaches back past the start
     EXPECT_TRUE(near(image.at(58, 36), black));
 
-    clear(0xFF000000u);
-    canvas.begin(size, size, analytic());
+    restart();
     canvas.ring({32, 32, 64, 64}, 0xFFFFFFFFu, 6, 0, 0);
     submit();
     EXPECT_TRUE(near(read().at(64, 36), black)); // progress 0 draws nothing
@@ -236,8 +230,7 @@ ui::Theme clear_glass(float refraction) {
 
 TEST_F(PixelTest, RefractionBendsTheRimAndLeavesTheBody) {
     auto frame = [&](float refraction) {
-        clear(0xFF000000u);
-        canvas.begin(size, size, analytic());
+        restart();
         stripes();
         canvas.backdrop();
         canvas.glass({16, 16, 96, 96}, clear_glass(refraction), 18);
@@ -261,8 +254,7 @@ TEST_F(PixelTest, RefractionBendsTheRimAndLeavesTheBody) {
 // never what was drawn after it.
 TEST_F(PixelTest, GlassSeesTheSceneAsOfTheLatestBackdrop) {
     auto body = [&](bool backdrop) {
-        clear(0xFF000000u);
-        canvas.begin(size, size, analytic());
+        restart();
         canvas.fill({0, 0, size, size}, 0xFFFFFFFFu, 0);
         if (backdrop) canvas.backdrop();
         canvas.glass({32, 32, 64, 64}, clear_glass(0), 12);

@@ -1,5 +1,6 @@
 // Window tests: real SDL windows (hidden; offscreen EGL without a display, X11 under Xvfb),
 // with input driven through SDL's own event queue.
+#include "../thrown.hpp"
 #include "velmora/platform/error.hpp"
 #include "velmora/platform/gl_context.hpp"
 #include "velmora/platform/window.hpp"
@@ -14,17 +15,9 @@
 #include <thread>
 
 namespace ui = velmora::ui;
+using velmora::test::thrown;
 
 namespace {
-
-template <typename Exception, typename F> std::string message_of(F&& f) {
-    try {
-        f();
-    } catch (const Exception& e) {
-        return e.what();
-    }
-    return "(no exception)";
-}
 
 ui::WindowOptions hidden(int w = 320, int h = 200) { return {"test", w, h, false}; }
 
@@ -115,9 +108,9 @@ protected:
 
 TEST(WindowCreate, RejectsSizesOutsideTheLimits) {
     for (auto [w, h] : {std::pair{63, 200}, {320, 63}, {16385, 200}, {320, 16385}, {-1, 200}})
-        EXPECT_EQ(message_of<std::invalid_argument>([&] { ui::Window window(hidden(w, h)); }), "Window size")
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { ui::Window window(hidden(w, h)); }), "Window size")
             << w << "x" << h;
-    EXPECT_EQ(message_of<std::invalid_argument>([] {
+    EXPECT_EQ(thrown<std::invalid_argument>([] {
                   ui::Window window({"\xC0\xAF", 320, 200, false});
               }),
               "Invalid UTF-8");
@@ -171,21 +164,20 @@ TEST(WindowCreate, VisibleWindowNeedsADisplay) {
         EXPECT_TRUE(shown.poll());
         return;
     }
-    const std::string alone = message_of<std::runtime_error>([] { ui::Window w({"v", 320, 200, true}); });
+    const std::string alone = thrown<std::runtime_error>([] { ui::Window w({"v", 320, 200, true}); });
     EXPECT_EQ(alone.rfind("No display (", 0), 0u) << alone;
     // The headless driver already running must not be taken for a display either.
     ui::Window headless(hidden());
-    EXPECT_EQ(message_of<std::runtime_error>([] {
+    EXPECT_EQ(thrown<std::runtime_error>([] {
                   ui::Window w({"v", 320, 200, true});
               }),
               "No display (a visible window cannot use the headless video driver)");
 }
 
 TEST(WindowCreate, SystemErrorsNameTheStepAndTheReason) {
-    EXPECT_EQ(message_of<std::runtime_error>([] { ui::errno_error("PNG output", 2); }),
-              "PNG output (errno=2)");
+    EXPECT_EQ(thrown<std::runtime_error>([] { ui::errno_error("PNG output", 2); }), "PNG output (errno=2)");
     SDL_SetError("no luck");
-    EXPECT_EQ(message_of<std::runtime_error>([] { ui::platform_error("SwapBuffers"); }),
+    EXPECT_EQ(thrown<std::runtime_error>([] { ui::platform_error("SwapBuffers"); }),
               "SwapBuffers (SDL: no luck)");
 }
 
@@ -194,9 +186,9 @@ TEST(WindowCreate, SystemErrorsNameTheStepAndTheReason) {
 TEST_F(WindowTest, EveryCallChecksTheThread) {
     std::string poll_message, title_message, input_message;
     std::thread other([&] {
-        poll_message = message_of<std::logic_error>([&] { window.poll(); });
-        title_message = message_of<std::logic_error>([&] { window.title("x"); });
-        input_message = message_of<std::logic_error>([&] { static_cast<void>(window.input()); });
+        poll_message = thrown<std::logic_error>([&] { window.poll(); });
+        title_message = thrown<std::logic_error>([&] { window.title("x"); });
+        input_message = thrown<std::logic_error>([&] { static_cast<void>(window.input()); });
     });
     other.join();
     EXPECT_EQ(poll_message, "Window used from another thread");
@@ -432,6 +424,6 @@ TEST_F(WindowTest, ClipboardRoundTripAndValidation) {
     send.key(SDLK_v, KMOD_LCTRL);
     EXPECT_EQ(poll().paste,
               "\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80");
-    EXPECT_EQ(message_of<std::invalid_argument>([&] { window.clipboard_text("\xFF"); }), "Invalid UTF-8");
-    EXPECT_EQ(message_of<std::invalid_argument>([&] { window.title("\xE4\xBD"); }), "Invalid UTF-8");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { window.clipboard_text("\xFF"); }), "Invalid UTF-8");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { window.title("\xE4\xBD"); }), "Invalid UTF-8");
 }

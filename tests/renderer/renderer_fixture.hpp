@@ -2,6 +2,7 @@
 // for each test, and the canvas begun at one pixel per logical unit.
 #pragma once
 
+#include "../thrown.hpp"
 #include "gl_context.hpp"
 #include "velmora/core/canvas.hpp"
 #include "velmora/renderer/renderer.hpp"
@@ -31,15 +32,5 @@ protected:
     ui::Canvas canvas;
     std::optional<ui::Renderer> renderer;
 };
-
-// The message of the exception of type E that `f` throws, or a note that it threw none.
-template <class E, class F> std::string message_of(F&& f) {
-    try {
-        f();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "(nothing thrown)";
-}
 
 } // namespace velmora::test

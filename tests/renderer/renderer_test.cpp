@@ -10,8 +10,8 @@
 
 namespace {
 
-using velmora::test::message_of;
 using velmora::test::RendererTest;
+using velmora::test::thrown;
 using namespace velmora::ui;
 
 // Makes `context` current for its lifetime, then puts back the one that was current before.
@@ -27,7 +27,7 @@ private:
 };
 
 TEST_F(RendererTest, OnlyOneRendererAtATimeAndANewOneAfterTheFirstIsGone) {
-    EXPECT_EQ(message_of<std::logic_error>([] { Renderer second; }), "One renderer per process");
+    EXPECT_EQ(thrown<std::logic_error>([] { Renderer second; }), "One renderer per process");
     renderer.reset();
     renderer.emplace(); // made, destroyed, made again: a fully working one
     renderer->begin(canvas, size, size, size, size, theme);
@@ -42,7 +42,7 @@ TEST_F(RendererTest, ConstructionNeedsACurrentContextAndAFailureLeavesNoTrace) {
     {
         OtherContext restore;
         restore.none();
-        EXPECT_EQ(message_of<std::logic_error>([] { Renderer r; }),
+        EXPECT_EQ(thrown<std::logic_error>([] { Renderer r; }),
                   "Make an OpenGL context current before Renderer construction");
     }
     renderer.emplace();
@@ -51,8 +51,8 @@ TEST_F(RendererTest, ConstructionNeedsACurrentContextAndAFailureLeavesNoTrace) {
 TEST_F(RendererTest, CallsFromAnotherThreadAreRefused) {
     std::string begin_message, measure_message;
     std::thread([&] {
-        begin_message = message_of<std::logic_error>([&] { renderer->begin(canvas, 8, 8, 8, 8, theme); });
-        measure_message = message_of<std::logic_error>([&] { renderer->measure("a", 12, 400); });
+        begin_message = thrown<std::logic_error>([&] { renderer->begin(canvas, 8, 8, 8, 8, theme); });
+        measure_message = thrown<std::logic_error>([&] { renderer->measure("a", 12, 400); });
     }).join();
     EXPECT_EQ(begin_message, "Renderer thread violation");
     EXPECT_EQ(measure_message, "Renderer thread violation");
@@ -62,9 +62,9 @@ TEST_F(RendererTest, AnotherCurrentContextIsRefusedUntilTheOwnIsBack) {
     {
         OtherContext restore;
         velmora::test::GlTestContext other(16, 16);
-        EXPECT_EQ(message_of<std::logic_error>([&] { renderer->read_pixels(8, 8); }),
+        EXPECT_EQ(thrown<std::logic_error>([&] { renderer->read_pixels(8, 8); }),
                   "Renderer context is no longer current");
-        EXPECT_EQ(message_of<std::logic_error>([&] { canvas.text_width("a", 12, 400); }),
+        EXPECT_EQ(thrown<std::logic_error>([&] { canvas.text_width("a", 12, 400); }),
                   "Renderer context is no longer current");
     }
     EXPECT_NO_THROW(renderer->read_pixels(8, 8));
@@ -73,24 +73,24 @@ TEST_F(RendererTest, AnotherCurrentContextIsRefusedUntilTheOwnIsBack) {
 TEST_F(RendererTest, FrameSizesAreCheckedAtTheirLimits) {
     EXPECT_NO_THROW(renderer->begin(canvas, 16384, 16384, 1280, 800, theme));
     for (auto [w, h] : {std::pair{16385, 10}, {10, 16385}, {0, 10}, {10, -1}})
-        EXPECT_EQ(message_of<std::invalid_argument>([&] { renderer->begin(canvas, w, h, 10, 10, theme); }),
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { renderer->begin(canvas, w, h, 10, 10, theme); }),
                   "Pixel viewport");
     EXPECT_NO_THROW(renderer->read_pixels(16384, 1));
     for (auto [w, h] : {std::pair{16385, 1}, {1, 16385}, {0, 1}})
-        EXPECT_EQ(message_of<std::invalid_argument>([&] { renderer->read_pixels(w, h); }),
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { renderer->read_pixels(w, h); }),
                   "Screenshot dimensions");
 
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_EQ(message_of<std::invalid_argument>([&] { renderer->background(size, size, nan, theme, false); }),
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { renderer->background(size, size, nan, theme, false); }),
               "Background viewport/time");
-    EXPECT_EQ(message_of<std::invalid_argument>([&] { renderer->background(0, size, 1, theme, false); }),
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { renderer->background(0, size, 1, theme, false); }),
               "Background viewport/time");
     renderer->begin(canvas, size, size, size, size, theme);
-    EXPECT_EQ(message_of<std::invalid_argument>([&] {
+    EXPECT_EQ(thrown<std::invalid_argument>([&] {
                   renderer->render(canvas, size, size, {nan, 0}, 0, vg_back_buffer);
               }),
               "Render viewport/pointer");
-    EXPECT_EQ(message_of<std::invalid_argument>([&] {
+    EXPECT_EQ(thrown<std::invalid_argument>([&] {
                   renderer->render(canvas, size, 0, {0, 0}, 0, vg_back_buffer);
               }),
               "Render viewport/pointer");
@@ -99,14 +99,12 @@ TEST_F(RendererTest, FrameSizesAreCheckedAtTheirLimits) {
 TEST_F(RendererTest, RenderNeedsTheCanvasBegunHereWithItsClipsClosed) {
     Canvas plain;
     plain.begin(size, size, theme);
-    EXPECT_EQ(
-        message_of<std::logic_error>([&] { renderer->render(plain, size, size, {}, 0, vg_back_buffer); }),
-        "Call Renderer::begin first");
+    EXPECT_EQ(thrown<std::logic_error>([&] { renderer->render(plain, size, size, {}, 0, vg_back_buffer); }),
+              "Call Renderer::begin first");
     EXPECT_EQ(canvas.renderer(), &*renderer);
     canvas.push_clip({0, 0, 10, 10}, 2);
-    EXPECT_EQ(
-        message_of<std::logic_error>([&] { renderer->render(canvas, size, size, {}, 0, vg_back_buffer); }),
-        "Unbalanced shaped clip pushes");
+    EXPECT_EQ(thrown<std::logic_error>([&] { renderer->render(canvas, size, size, {}, 0, vg_back_buffer); }),
+              "Unbalanced shaped clip pushes");
 }
 
 TEST_F(RendererTest, ReadPixelsGivesTheTopRowFirst) {

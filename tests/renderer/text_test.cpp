@@ -10,8 +10,8 @@
 
 namespace {
 
-using velmora::test::message_of;
 using velmora::test::RendererTest;
+using velmora::test::thrown;
 using namespace velmora::ui;
 
 using TextTest = RendererTest;
@@ -87,7 +87,7 @@ TEST_F(TextTest, BadTextIsRejectedWithoutTouchingTheCaches) {
 
 TEST_F(TextTest, AGlyphTallerThanAnAtlasCellFailsAndLeavesNoEntry) {
     renderer->begin(canvas, 16384, 16384, 1000, 1000, theme); // 16.4 pixels per unit
-    EXPECT_EQ(message_of<std::length_error>([&] {
+    EXPECT_EQ(thrown<std::length_error>([&] {
                   canvas.text("A", {0, 0}, 100, 0xFFFFFFFF, 400);
               }),
               "Glyph exceeds atlas");
@@ -98,7 +98,7 @@ TEST_F(TextTest, AGlyphTallerThanAnAtlasCellFailsAndLeavesNoEntry) {
 TEST_F(TextTest, LargeGlyphsFillSixteenAtlasesAndNoMore) {
     renderer->begin(canvas, 4000, 4000, 1000, 1000, theme); // raster 1000 at size 125
     const std::string many = distinct_cjk(0x4E00, 200);
-    EXPECT_EQ(message_of<std::length_error>([&] {
+    EXPECT_EQ(thrown<std::length_error>([&] {
                   canvas.text(many, {0, 0}, 125, 0xFFFFFFFF, 400);
               }),
               "16 font atlas limit");
@@ -121,7 +121,7 @@ TEST_F(TextTest, TheGlyphCacheStopsAt24000) {
     EXPECT_NO_THROW(renderer->measure(distinct_cjk(0x4E00, 24000), 0.25f, 400));
     EXPECT_EQ(renderer->glyph_count(), 24000u);
     EXPECT_EQ(renderer->atlas_count(), 1u);
-    EXPECT_EQ(message_of<std::length_error>([&] { renderer->measure("A", 0.25f, 400); }),
+    EXPECT_EQ(thrown<std::length_error>([&] { renderer->measure("A", 0.25f, 400); }),
               "Glyph cache limit; recreate renderer after large font/size changes");
     EXPECT_NO_THROW(renderer->measure("一", 0.25f, 400)); // cached ones still measure
 }
