@@ -3,6 +3,8 @@
 // control reports.
 #include "velmora/immediate/ui.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -58,29 +60,23 @@ struct Harness {
 const Rect a_rect{10, 10, 100, 30};
 const Rect b_rect{10, 50, 100, 30};
 
-template <class E, class F> void expect_message(F&& call, const char* message) {
-    try {
-        call();
-        ADD_FAILURE() << "no exception, expected " << message;
-    } catch (const E& e) {
-        EXPECT_STREQ(e.what(), message);
-    }
-}
-
 // ---- frame and identifiers ----------------------------------------------------------------------
 
 TEST(UiFrame, MisuseIsReportedByName) {
     Harness h;
-    expect_message<std::logic_error>([&] { h.ui.end(); }, "Ui::begin() missing");
-    expect_message<std::logic_error>([&] { h.ui.button("a", a_rect, "A"); }, "Controls require Ui::begin()");
-    expect_message<std::logic_error>([&] { h.ui.progress(a_rect, 0.5f); }, "Controls require Ui::begin()");
+    EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.end(); }), "Ui::begin() missing");
+    EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.button("a", a_rect, "A"); }),
+              "Controls require Ui::begin()");
+    EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.progress(a_rect, 0.5f); }),
+              "Controls require Ui::begin()");
     h.canvas.begin(800, 600, Theme{});
     h.ui.begin(h.canvas, Input{});
-    expect_message<std::logic_error>([&] { h.ui.begin(h.canvas, Input{}); }, "Ui::end() missing");
-    expect_message<std::invalid_argument>([&] { h.ui.button("", a_rect, "A"); }, "Empty widget ID");
+    EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.begin(h.canvas, Input{}); }), "Ui::end() missing");
+    EXPECT_EQ(test::thrown<std::invalid_argument>([&] { h.ui.button("", a_rect, "A"); }), "Empty widget ID");
     h.ui.button("a", a_rect, "A");
     bool on = false;
-    expect_message<std::logic_error>([&] { h.ui.checkbox("a", b_rect, "A", on); }, "Duplicate widget ID: a");
+    EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.checkbox("a", b_rect, "A", on); }),
+              "Duplicate widget ID: a");
     h.ui.end();
     h.frame(Input{}, [&] { EXPECT_NO_THROW(h.ui.button("a", a_rect, "A")); });
 }

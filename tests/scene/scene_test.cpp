@@ -76,20 +76,6 @@ TEST(SceneFocus, RulesAndEvents) {
     EXPECT_EQ(b->count(ui::focus_lost_event), 1);
 }
 
-TEST(SceneFocus, RevealsInsideEveryScrollPane) {
-    ui::Scene scene;
-    auto outer = scene.root()->emplace<ui::ScrollPane>("");
-    outer->bounds = {0, 0, 300, 100};
-    auto inner = outer->emplace<ui::ScrollPane>("");
-    inner->bounds = {0, 150, 280, 100};
-    auto deep = inner->emplace<Probe>("deep", ui::Rect{0, 300, 100, 40});
-    FrameDriver run(scene);
-    run.frame();
-    scene.focus(deep);
-    EXPECT_FLOAT_EQ(inner->offset, 240); // its bottom at the inner pane's bottom
-    EXPECT_FLOAT_EQ(outer->offset, 150); // and the inner pane's window inside the outer one
-}
-
 TEST(SceneFocus, OrderStopsAtModalBarrierButNotAtKeepFocusPopup) {
     ui::Scene scene;
     auto in_root = scene.root()->emplace<Probe>("root");

@@ -5,6 +5,8 @@
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/containers.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -17,17 +19,9 @@ namespace ui = velmora::ui;
 using velmora::test::command_color;
 using velmora::test::command_kind;
 using velmora::test::FrameDriver;
+using velmora::test::thrown;
 
 namespace {
-
-template <class F> std::string message_of(F&& f) {
-    try {
-        f();
-    } catch (const std::invalid_argument& e) {
-        return e.what();
-    }
-    return "no exception";
-}
 
 std::shared_ptr<ui::Widget> widget(ui::Rect at = {0, 0, 100, 40}) {
     auto w = std::make_shared<ui::Widget>("w");
@@ -41,10 +35,10 @@ TEST(WidgetTree, AddRejectsCyclesAndReparenting) {
     auto a = widget();
     auto b = a->emplace<ui::Widget>();
     auto c = b->emplace<ui::Widget>();
-    EXPECT_EQ(message_of([&] { a->add(nullptr); }), "Widget cycle");
-    EXPECT_EQ(message_of([&] { a->add(a); }), "Widget cycle");
-    EXPECT_EQ(message_of([&] { c->add(a); }), "Widget cycle");
-    EXPECT_EQ(message_of([&] { widget()->add(c); }), "Detach widget before reparenting");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { a->add(nullptr); }), "Widget cycle");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { a->add(a); }), "Widget cycle");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c->add(a); }), "Widget cycle");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { widget()->add(c); }), "Detach widget before reparenting");
 
     b->add(c); // already there: nothing happens, no duplicate
     EXPECT_EQ(b->children.size(), 1u);
@@ -122,9 +116,15 @@ TEST(WidgetPlace, RejectsBadBoundsOfVisibleWidgetsOnly) {
     child->visible = false;
     EXPECT_NO_THROW(outer->place(scene, {}, {0, 0, 800, 600}));
     child->visible = true;
-    EXPECT_EQ(message_of([&] { outer->place(scene, {}, {0, 0, 800, 600}); }), "Invalid widget bounds");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] {
+                  outer->place(scene, {}, {0, 0, 800, 600});
+              }),
+              "Invalid widget bounds");
     child->bounds = {NAN, 0, 1, 1};
-    EXPECT_EQ(message_of([&] { outer->place(scene, {}, {0, 0, 800, 600}); }), "Invalid widget bounds");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] {
+                  outer->place(scene, {}, {0, 0, 800, 600});
+              }),
+              "Invalid widget bounds");
 }
 
 TEST(WidgetHit, TopmostEnabledAndHitThrough) {
