@@ -103,6 +103,15 @@ TEST(Buttons, RadioButtonSelectsButNeverClears) {
     EXPECT_TRUE(radio.selected());
     EXPECT_EQ(changes, 0);
     EXPECT_EQ(clicks, 1);
+
+    // A radio group's options, added later ones too, are radio buttons that drive it.
+    ui::RadioGroup group({"Local", "Cloud"});
+    group.option("Hybrid");
+    auto hybrid = std::dynamic_pointer_cast<ui::RadioButton>(group.children.at(2));
+    ASSERT_TRUE(hybrid);
+    auto space = key(32);
+    hybrid->event(space);
+    EXPECT_EQ(group.selected(), 2);
 }
 
 TEST(Buttons, ClickCallbackMayDestroyItsButton) {
@@ -181,17 +190,6 @@ TEST(ButtonGroups, LayoutSharesTheRowEvenly) {
     bar.bounds.w = 4;
     bar.place(scene, {}, {0, 0, 800, 600});
     EXPECT_FLOAT_EQ(bar.children[0]->bounds.w, 0);
-}
-
-TEST(ButtonGroups, RadioGroupMakesRadioButtons) {
-    ui::RadioGroup group({"Local", "Cloud"});
-    ASSERT_EQ(group.children.size(), 2u);
-    EXPECT_EQ(group.children[1]->kind(), ui::ControlKind::RadioButton);
-    group.option("Hybrid");
-    EXPECT_EQ(group.children[2]->kind(), ui::ControlKind::RadioButton);
-    auto e = key(32);
-    group.children[1]->event(e);
-    EXPECT_EQ(group.selected(), 1);
 }
 
 // ---- painting -------------------------------------------------------------------------------------

@@ -7,6 +7,8 @@
 #include "velmora/widgets/lists.hpp"
 #include "velmora/widgets/menus.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,6 +20,7 @@
 namespace ui = velmora::ui;
 using velmora::test::FrameDriver;
 using velmora::test::TextLog;
+using velmora::test::thrown;
 
 namespace {
 
@@ -43,15 +46,6 @@ struct Lists : ::testing::Test {
         return {w.screen_bounds.x + dx, w.screen_bounds.y + dy};
     }
 };
-
-template <class F> void expect_failure(F&& f, const char* message) {
-    try {
-        f();
-        ADD_FAILURE() << "no exception, expected " << message;
-    } catch (const std::exception& e) {
-        EXPECT_STREQ(e.what(), message);
-    }
-}
 
 // A chain of `levels` nodes below a top node, built downwards so node() never objects.
 std::shared_ptr<ui::TreeNode> chain(int levels) {
@@ -197,12 +191,11 @@ TEST_F(Lists, ComboStepsUpOpensDownAndOutlivesNothing) {
 
 TEST(TreeNodes, RefuseCyclesRepeatsAndDepthOver128) {
     auto a = std::make_shared<ui::TreeNode>("a");
-    expect_failure([&] { a->node(a); }, "Tree cycle");
-    EXPECT_THROW(a->node(nullptr), std::invalid_argument);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(a); }), "Tree cycle");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(nullptr); }), "Tree cycle");
     auto b = std::make_shared<ui::TreeNode>("b");
     a->node(b);
-    expect_failure([&] { b->node(a); }, "Tree cycle/depth");
-    EXPECT_THROW(b->node(a), std::invalid_argument);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { b->node(a); }), "Tree cycle/depth");
 
     // One node under two parents of one subtree counts as a cycle.
     auto shared = std::make_shared<ui::TreeNode>("shared");
@@ -211,16 +204,16 @@ TEST(TreeNodes, RefuseCyclesRepeatsAndDepthOver128) {
     right->node(shared);
     p->node(left);
     p->node(right);
-    expect_failure([&] { a->node(p); }, "Tree cycle/depth");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(p); }), "Tree cycle/depth");
 
     a->node(chain(128));
-    expect_failure([&] { a->node(chain(129)); }, "Tree cycle/depth");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(chain(129)); }), "Tree cycle/depth");
     EXPECT_EQ(a->child_nodes.size(), 2u);
 }
 
 TEST(TreeViews, RowsStopAtDepth128AndABadRootStays) {
     ui::TreeView view;
-    expect_failure([&] { view.root(nullptr); }, "Null tree root");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { view.root(nullptr); }), "Null tree root");
     view.root(chain(128));
     EXPECT_EQ(view.rows().back().depth, 128);
 
@@ -228,7 +221,7 @@ TEST(TreeViews, RowsStopAtDepth128AndABadRootStays) {
     auto leaf = top;
     while (!leaf->child_nodes.empty()) leaf = leaf->child_nodes.front();
     leaf->child_nodes.push_back(std::make_shared<ui::TreeNode>("129"));
-    expect_failure([&] { view.root(top); }, "Tree cycle/depth");
+    EXPECT_EQ(thrown<std::logic_error>([&] { view.root(top); }), "Tree cycle/depth");
     EXPECT_THROW(view.rows(), std::logic_error);
     top->expanded = false; // the walk stops at a folded node
     EXPECT_EQ(view.visible_rows(), 129 + 1);

@@ -5,6 +5,8 @@
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/range.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -17,19 +19,11 @@ namespace ui = velmora::ui;
 using velmora::test::command_kind;
 using velmora::test::FrameDriver;
 using velmora::test::TextLog;
+using velmora::test::thrown;
 
 namespace {
 
 constexpr double bad = std::numeric_limits<double>::quiet_NaN();
-
-template <class F> void expect_invalid(F&& f, const std::string& message) {
-    try {
-        f();
-        ADD_FAILURE() << "expected std::invalid_argument \"" << message << "\"";
-    } catch (const std::invalid_argument& e) {
-        EXPECT_EQ(e.what(), message);
-    }
-}
 
 // One control in a scene, counting its changes. A control 218 wide has its track at x + 9 .. x + 209.
 template <class T> struct Rig {
@@ -54,16 +48,17 @@ template <class T> struct Rig {
 } // namespace
 
 TEST(Slider, ChecksItsProgrammingInterface) {
-    expect_invalid([] { ui::Slider s(bad); }, "Non-finite value");
+    EXPECT_EQ(thrown<std::invalid_argument>([] { ui::Slider s(bad); }), "Non-finite value");
     EXPECT_EQ(ui::Slider(7).value(), 1);
 
     ui::Slider s(0.5);
     int changes = 0;
     s.on_change = [&](ui::Widget&) { ++changes; };
-    expect_invalid([&] { s.value(std::numeric_limits<double>::infinity()); }, "Non-finite value");
-    expect_invalid([&] { s.range(2, 2); }, "Slider range");
-    expect_invalid([&] { s.range(0, bad); }, "Slider range");
-    expect_invalid([&] { s.step(0); }, "Slider step");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { s.value(std::numeric_limits<double>::infinity()); }),
+              "Non-finite value");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { s.range(2, 2); }), "Slider range");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { s.range(0, bad); }), "Slider range");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { s.step(0); }), "Slider step");
     EXPECT_EQ(changes, 0);
 
     s.range(0.75, 4); // the value is pulled into the new range, and that is a change
@@ -154,7 +149,7 @@ TEST(RangeSlider, ValuesKeepLowBelowHigh) {
     EXPECT_EQ(r.high, 1);
     r.values(0, 1);
     EXPECT_EQ(changes, 2);
-    expect_invalid([&] { r.values(bad, 1); }, "Range value");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { r.values(bad, 1); }), "Range value");
 }
 
 TEST(RangeSlider, PressTakesTheNearerThumb) {
@@ -183,9 +178,9 @@ TEST(RangeSlider, PressTakesTheNearerThumb) {
 }
 
 TEST(Progress, ClampsAndCaptionsDifferently) {
-    expect_invalid([] { ui::ProgressBar p(bad); }, "Progress value");
+    EXPECT_EQ(thrown<std::invalid_argument>([] { ui::ProgressBar p(bad); }), "Progress value");
     ui::ProgressBar bar(0.3);
-    expect_invalid([&] { bar.value(bad); }, "Progress value");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { bar.value(bad); }), "Progress value");
     int changes = 0;
     bar.on_change = [&](ui::Widget&) { ++changes; };
     bar.value(1.5);

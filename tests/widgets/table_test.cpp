@@ -7,6 +7,8 @@
 #include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/table.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -19,6 +21,7 @@ namespace ui = velmora::ui;
 using velmora::test::FrameDriver;
 using velmora::test::Probe;
 using velmora::test::TextLog;
+using velmora::test::thrown;
 
 namespace {
 
@@ -60,15 +63,6 @@ struct Tables : ::testing::Test {
 
 using Strings = std::vector<std::string>;
 
-template <class E, class F> void expect_error(F f, const char* message) {
-    try {
-        f();
-        ADD_FAILURE() << "no exception, expected " << message;
-    } catch (const E& e) {
-        EXPECT_STREQ(e.what(), message);
-    }
-}
-
 } // namespace
 
 // ---- sorting -----------------------------------------------------------------------------------
@@ -104,8 +98,8 @@ TEST_F(Tables, SortSwitchesBetweenNumericAndTextForTheWholeColumn) {
         EXPECT_LT(std::find(sorted.begin(), sorted.end(), "10"), std::find(sorted.begin(), sorted.end(), "2"))
             << "'" << bad << "'";
     }
-    expect_error<std::out_of_range>([&] { table->sort(2); }, "Table column");
-    expect_error<std::out_of_range>([&] { table->sort(-1); }, "Table column");
+    EXPECT_EQ(thrown<std::out_of_range>([&] { table->sort(2); }), "Table column");
+    EXPECT_EQ(thrown<std::out_of_range>([&] { table->sort(-1); }), "Table column");
     EXPECT_EQ(table->sort_column, 1);
 }
 
@@ -133,7 +127,7 @@ TEST_F(Tables, EditSetsTheCellAndReportsAfterwards) {
     EXPECT_EQ(edits, (Edits{{0, 1, "one"}}));
     EXPECT_EQ(changes, 1);
     for (auto [r, c] : {std::pair{-1, 0}, {0, -1}, {2, 0}, {1, 1}})
-        expect_error<std::out_of_range>([&, r = r, c = c] { table->edit(r, c, "x"); }, "Table cell");
+        EXPECT_EQ(thrown<std::out_of_range>([&, r = r, c = c] { table->edit(r, c, "x"); }), "Table cell");
     EXPECT_EQ(changes, 1);
 }
 

@@ -3,6 +3,8 @@
 
 #include "velmora/widgets/text_field.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -15,6 +17,7 @@ using velmora::test::command_rect;
 using velmora::test::glyph;
 using velmora::test::key_event;
 using velmora::test::TextLog;
+using velmora::test::thrown;
 using Single = velmora::test::FieldScene<ui::TextField>;
 
 namespace {
@@ -26,15 +29,6 @@ struct Area : Single {
         field->multi_line = true;
     }
 };
-
-template <class F> std::string message_of(F&& f) {
-    try {
-        f();
-    } catch (const std::invalid_argument& e) {
-        return e.what();
-    }
-    return "no exception";
-}
 
 } // namespace
 
@@ -107,11 +101,11 @@ TEST(TextFieldEditing, ReadOnlyBlocksEditsButCopies) {
 }
 
 TEST(TextFieldEditing, ProgrammaticValuesAreCheckedNotFiltered) {
-    EXPECT_EQ(message_of([] { ui::TextField bad("\xFF"); }), "Invalid UTF-8");
+    EXPECT_EQ(thrown<std::invalid_argument>([] { ui::TextField bad("\xFF"); }), "Invalid UTF-8");
     ui::TextField field(std::string(10, 'a'));
     field.max_length = 4; // the initial text isn't held to the limit
-    EXPECT_EQ(message_of([&] { field.value("abcde"); }), "Invalid field value");
-    EXPECT_EQ(message_of([&] { field.value("\xE4\xBD"); }), "Invalid field value");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { field.value("abcde"); }), "Invalid field value");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { field.value("\xE4\xBD"); }), "Invalid field value");
     EXPECT_EQ(field.value(), std::string(10, 'a'));
     field.value("a\nb");
     EXPECT_EQ(field.value(), "a\nb");
