@@ -7,6 +7,7 @@
 #include "velmora/widgets/glass_settings.hpp"
 #include "velmora/widgets/table.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
