@@ -93,9 +93,12 @@ void Canvas::rounding(Command& c, float radius, const Theme& theme) {
 void Canvas::push_clip(Rect r, float radius) {
     check_rect(r);
     if (clip_stack_.size() >= clip_limit) throw std::length_error("32 shaped clip limit");
-    clip_stack_.push_back(clip_);
     // The command carries the clip from before the push; the radius is checked after it is added.
-    rounding(add(kind_push_clip, r, white), radius, theme_);
+    // The stack grows only once the record exists, so a push refused at the command limit leaves
+    // the depth in step with the push records.
+    Command& c = add(kind_push_clip, r, white);
+    clip_stack_.push_back(clip_);
+    rounding(c, radius, theme_);
     clip_ = r.intersect(clip_);
 }
 
