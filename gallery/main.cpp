@@ -58,8 +58,10 @@ int main(int argc, char** argv) {
             // fixed logical canvas, whatever the window's size.
             Input input = window.input();
             const float scale = window.dpi_scale();
-            input.mouse.x *= gallery::logical_width / (static_cast<float>(window.width()) / scale);
-            input.mouse.y *= gallery::logical_height / (static_cast<float>(window.height()) / scale);
+            const float sx = gallery::logical_width / (static_cast<float>(window.width()) / scale);
+            const float sy = gallery::logical_height / (static_cast<float>(window.height()) / scale);
+            input.mouse.x *= sx;
+            input.mouse.y *= sy;
 
             renderer.background(window.width(), window.height(), static_cast<float>(t), scene.theme, true);
             renderer.begin(canvas, window.width(), window.height(), gallery::logical_width,
@@ -67,6 +69,9 @@ int main(int argc, char** argv) {
             scene.frame(canvas, input, t);
             renderer.render(canvas, window.width(), window.height(), input.mouse, 0, back_buffer);
             window.text_input(scene.wants_text_input());
+            // The input method's candidate window follows the caret, back in window units.
+            const Rect caret = scene.text_input_rect();
+            if (caret.h > 0) window.text_input_rect({caret.x / sx, caret.y / sy, caret.w / sx, caret.h / sy});
             window.swap();
             if (smoke && frame == 3) return 0;
             std::this_thread::sleep_for(std::chrono::milliseconds(4));
