@@ -86,7 +86,7 @@ GlassSettingsPanel::GlassSettingsPanel(Theme& edited) : GroupBox("材质 · Glas
     };
     for (const auto& [label, make] : choices) {
         auto button = emplace<Button>(label);
-        button->on_activate = [this, make](Widget&) { preset(make()); };
+        button->on_activate = [this, make = make](Widget&) { preset(make()); };
         presets.push_back(button);
     }
     sync();
