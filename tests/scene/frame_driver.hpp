@@ -92,6 +92,24 @@ public:
     }
 };
 
+// A key press as dispatch delivers it, for driving a widget directly.
+inline ui::Event key_event(int code, bool ctrl = false, bool shift = false) {
+    ui::Event e;
+    e.type = ui::key_down;
+    e.key = code;
+    e.input.ctrl = ctrl;
+    e.input.shift = shift;
+    return e;
+}
+
+// A release of the left button at `p`, which is how a click reaches a widget that is driven directly.
+inline ui::Event release_event(ui::Vec2 p) {
+    ui::Event e;
+    e.type = ui::pointer_up;
+    e.position = p;
+    return e;
+}
+
 // The packed 0xAARRGGBB colour a command was recorded with.
 inline unsigned command_color(const ui::Command& c) {
     auto channel = [&](int slot) { return static_cast<unsigned>(c.slot[slot] * 255.0f + 0.5f); };
@@ -181,6 +199,12 @@ public:
         in.key = 9;
         in.tab = true;
         in.shift = shift;
+        frame(in);
+    }
+    // One frame with one of the key flags set, as the platform marks Enter or an edit command.
+    void mark(bool ui::Input::*flag) {
+        ui::Input in;
+        in.*flag = true;
         frame(in);
     }
     void type(std::string text) {

@@ -118,9 +118,7 @@ TEST_F(FramePointer, WheelBubblesAndRightClickOpensNearestMenu) {
 
     a->context_menu = std::make_shared<ui::PopupMenu>();
     a->context_menu->item("x", {});
-    ui::Input press;
-    press.right_pressed = true;
-    run.frame(press);
+    run.mark(&ui::Input::right_pressed);
     EXPECT_TRUE(scene.overlays().empty()); // opens on release only
     run.right_click({5, 5});
     ASSERT_EQ(scene.overlays().size(), 1u);
@@ -275,9 +273,7 @@ TEST_F(FrameKeys, CodesFromFlagsAndEditCommands) {
     run.frame(in);
     EXPECT_EQ(a->last(ui::key_down)->key, 13);
 
-    ui::Input copy;
-    copy.copy = true;
-    run.frame(copy);
+    run.mark(&ui::Input::copy);
     ASSERT_EQ(a->count(ui::key_down), 2);
     EXPECT_EQ(a->last(ui::key_down)->key, 0);
     EXPECT_TRUE(a->last(ui::key_down)->input.copy);

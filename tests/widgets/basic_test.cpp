@@ -12,23 +12,11 @@
 
 namespace ui = velmora::ui;
 using velmora::test::FrameDriver;
+using velmora::test::key_event;
+using velmora::test::release_event;
 using velmora::test::TextLog;
 
 namespace {
-
-ui::Event key(int code) {
-    ui::Event e;
-    e.type = ui::key_down;
-    e.key = code;
-    return e;
-}
-
-ui::Event release_at(ui::Vec2 p) {
-    ui::Event e;
-    e.type = ui::pointer_up;
-    e.position = p;
-    return e;
-}
 
 // Paints one control on its own and keeps the text it drew.
 struct Painted {
@@ -56,11 +44,11 @@ TEST(Buttons, TriggersWhileEnabledOnly) {
     button.on_activate = [&](ui::Widget&) { ++clicks; };
     button.screen_bounds = {0, 0, 160, 36};
 
-    auto inside = release_at({10, 10}); // no press needed
+    auto inside = release_event({10, 10}); // no press needed
     button.event(inside);
-    auto outside = release_at({200, 10});
+    auto outside = release_event({200, 10});
     button.event(outside);
-    auto space = key(32), enter = key(13), other = key(65);
+    auto space = key_event(32), enter = key_event(13), other = key_event(65);
     button.event(space);
     button.event(enter);
     button.event(other);
@@ -70,7 +58,7 @@ TEST(Buttons, TriggersWhileEnabledOnly) {
     EXPECT_FALSE(other.handled);
 
     button.enabled = false;
-    auto ignored = key(32);
+    auto ignored = key_event(32);
     button.event(ignored);
     EXPECT_EQ(clicks, 3);
     EXPECT_FALSE(ignored.handled);
@@ -81,13 +69,13 @@ TEST(Buttons, ToggleReportsChangeBeforeClick) {
     std::vector<std::string> calls;
     toggle.on_change = [&](ui::Widget&) { calls.push_back("change"); };
     toggle.on_activate = [&](ui::Widget&) { calls.push_back("click"); };
-    auto e = key(32);
+    auto e = key_event(32);
     toggle.event(e);
     EXPECT_TRUE(toggle.selected());
     EXPECT_EQ(calls, (std::vector<std::string>{"change", "click"}));
     toggle.selected(true); // no change
     EXPECT_EQ(calls.size(), 2u);
-    auto again = key(13);
+    auto again = key_event(13);
     toggle.event(again);
     EXPECT_FALSE(toggle.selected());
 }
@@ -98,7 +86,7 @@ TEST(Buttons, RadioButtonSelectsButNeverClears) {
     int changes = 0, clicks = 0;
     radio.on_change = [&](ui::Widget&) { ++changes; };
     radio.on_activate = [&](ui::Widget&) { ++clicks; };
-    auto e = key(32);
+    auto e = key_event(32);
     radio.event(e);
     EXPECT_TRUE(radio.selected());
     EXPECT_EQ(changes, 0);
@@ -109,7 +97,7 @@ TEST(Buttons, RadioButtonSelectsButNeverClears) {
     group.option("Hybrid");
     auto hybrid = std::dynamic_pointer_cast<ui::RadioButton>(group.children.at(2));
     ASSERT_TRUE(hybrid);
-    auto space = key(32);
+    auto space = key_event(32);
     hybrid->event(space);
     EXPECT_EQ(group.selected(), 2);
 }

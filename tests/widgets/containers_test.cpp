@@ -254,9 +254,7 @@ TEST_F(Frames, BreadcrumbClickSelectsAndArrowsPrepare) {
     auto crumbs = add<ui::Breadcrumb>(std::vector<std::string>{"Home", "Project", "Doc"});
     std::vector<int> chosen;
     crumbs->on_select = [&](int i) { chosen.push_back(i); };
-    ui::Event early;
-    early.type = ui::pointer_up;
-    early.position = {5, 5};
+    ui::Event early = velmora::test::release_event({5, 5});
     crumbs->event(early); // never painted: no starts, nothing to select
     EXPECT_FALSE(early.handled);
 

@@ -84,13 +84,4 @@ template <class Field> struct FieldScene {
     void pause() { run.now += 1; }
 };
 
-inline ui::Event key_event(int code, bool ctrl = false, bool shift = false) {
-    ui::Event e;
-    e.type = ui::key_down;
-    e.key = code;
-    e.input.ctrl = ctrl;
-    e.input.shift = shift;
-    return e;
-}
-
 } // namespace velmora::test

@@ -280,9 +280,7 @@ TEST_F(FileBrowserTest, PickerOpensABrowserAndTakesItsAnswer) {
 
     run.frame();
     scene.focus(picker);
-    ui::Input enter;
-    enter.enter = true;
-    run.frame(enter);
+    run.mark(&ui::Input::enter);
     auto browser = std::dynamic_pointer_cast<FileBrowser>(scene.find("file-browser"));
     ASSERT_TRUE(browser);
     EXPECT_FALSE(browser->directories);
@@ -302,7 +300,7 @@ TEST_F(FileBrowserTest, PickerOpensABrowserAndTakesItsAnswer) {
     folders->path(fs::path("/"));
     EXPECT_EQ(folders->text, "/"); // a root has no last component
     scene.focus(folders);
-    run.frame(enter);
+    run.mark(&ui::Input::enter);
     auto directories = std::dynamic_pointer_cast<FileBrowser>(scene.find("file-browser"));
     ASSERT_TRUE(directories);
     EXPECT_TRUE(directories->directories);
@@ -351,9 +349,7 @@ TEST_F(FileBrowserTest, DestroyingThePickerMakesAnAcceptHarmless) {
     picker->on_path = [&](const fs::path&) { ++paths; };
     run.frame();
     // Opened without the focus on the picker: an overlay keeps the widget focused before it alive.
-    ui::Event release;
-    release.type = ui::pointer_up;
-    release.position = {picker->screen_bounds.x + 5, picker->screen_bounds.y + 5};
+    ui::Event release = release_event({picker->screen_bounds.x + 5, picker->screen_bounds.y + 5});
     picker->event(release);
     ASSERT_TRUE(release.handled);
     auto browser = std::dynamic_pointer_cast<FileBrowser>(scene.find("file-browser"));

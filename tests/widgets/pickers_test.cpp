@@ -36,9 +36,7 @@ template <class Picker> struct PickerScene {
     // As the gallery does it: focus, then a frame with Enter set.
     template <class Popup> std::shared_ptr<Popup> open() {
         scene.focus(picker);
-        ui::Input enter;
-        enter.enter = true;
-        run.frame(enter);
+        run.mark(&ui::Input::enter);
         if (scene.overlays().empty()) return nullptr;
         return std::dynamic_pointer_cast<Popup>(scene.overlays().back().widget);
     }
@@ -121,9 +119,7 @@ TEST(ColorPicker, KeyboardAndHexFieldInThePopup) {
     popup->alpha_slider->value(0.5);
     EXPECT_EQ(s.picker->value() >> 24, 128u);
     s.scene.focus(popup->hex_field);
-    ui::Input all;
-    all.select_all = true;
-    s.run.frame(all);
+    s.run.mark(&ui::Input::select_all);
     s.run.type("#00FF0080");
     s.run.key(ui::vk::enter);
     EXPECT_EQ(s.picker->value(), 0x8000FF00u);
@@ -141,9 +137,7 @@ TEST(ColorPicker, KeyboardAndHexFieldInThePopup) {
 
 TEST(ColorPicker, PickerDestroyedWhileItsPopupIsOpen) {
     PickerScene<ui::ColorPicker> s(0xFFFF0000u);
-    ui::Event release;
-    release.type = ui::pointer_up;
-    release.position = s.centre(s.picker->screen_bounds);
+    ui::Event release = release_event(s.centre(s.picker->screen_bounds));
     s.picker->event(release); // opened without the focus, so the overlay keeps nothing alive
     auto popup = std::dynamic_pointer_cast<ui::ColorPopup>(s.scene.overlays().back().widget);
     ASSERT_TRUE(popup);
@@ -253,9 +247,7 @@ TEST(TimePicker, SpinnersEditTheTime) {
 
     // A typed number counts once it settles.
     s.scene.focus(s.picker->minute_spinner);
-    ui::Input all;
-    all.select_all = true;
-    s.run.frame(all);
+    s.run.mark(&ui::Input::select_all);
     s.run.type("45");
     s.run.key(ui::vk::enter);
     s.run.frame();

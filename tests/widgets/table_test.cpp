@@ -54,11 +54,7 @@ struct Tables : ::testing::Test {
                    ? nullptr
                    : std::dynamic_pointer_cast<ui::Modal>(scene.overlays().back().widget);
     }
-    void enter() {
-        ui::Input in;
-        in.enter = true;
-        run.frame(in);
-    }
+    void enter() { run.mark(&ui::Input::enter); }
 };
 
 using Strings = std::vector<std::string>;

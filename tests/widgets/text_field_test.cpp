@@ -119,9 +119,7 @@ TEST(TextFieldHistory, UndoAndRedoThroughKeysAndMarks) {
     for (const char* c : {"a", "b", "c"}) s.run.type(c);
     s.key(90, true);
     EXPECT_EQ(s.field->value(), "ab");
-    ui::Input bare; // the mark alone, as a menu command sends it
-    bare.undo = true;
-    s.run.frame(bare);
+    s.run.mark(&ui::Input::undo); // the mark alone, as a menu command sends it
     EXPECT_EQ(s.field->value(), "a");
     EXPECT_EQ(s.field->caret, 1u);
     s.key(89, true);
@@ -389,9 +387,7 @@ TEST(TextFieldComposition, FollowsTheWindowsCompositionThroughInput) {
     EXPECT_EQ(s.scene.text_input_rect().x, s.field->caret_rect().x);
     EXPECT_GT(s.scene.text_input_rect().h, 0);
 
-    ui::Input commit; // the platform clears the composition as the text arrives
-    commit.text = "你";
-    s.run.frame(commit);
+    s.run.type("你"); // the platform clears the composition as the text arrives
     EXPECT_EQ(s.field->value(), "ab你");
     EXPECT_TRUE(s.field->composition().text.empty());
     EXPECT_EQ(s.field->undo_stack.size(), 1u);
