@@ -1,7 +1,13 @@
 # Runs velmora-gallery headless in one mode and checks its exit code and output.
 #   cmake -DGALLERY=<exe> -DMODE=smoke|render-all -DOUT=<dir> -DWORKDIR=<dir> -P run_gallery.cmake
+#   -DEMULATOR=<program> runs a cross-built gallery through it (Wine, which needs the display).
 file(REMOVE_RECURSE "${OUT}")
-execute_process(COMMAND env -u DISPLAY "${GALLERY}" --${MODE} "${OUT}/renders"
+if(EMULATOR)
+    set(launch ${EMULATOR} "${GALLERY}")
+else()
+    set(launch env -u DISPLAY "${GALLERY}")
+endif()
+execute_process(COMMAND ${launch} --${MODE} "${OUT}/renders"
                 WORKING_DIRECTORY "${WORKDIR}" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
 message("${out}${err}")
 if(NOT rc EQUAL 0)
