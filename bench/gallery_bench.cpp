@@ -1,0 +1,87 @@
+// Costs of the gallery: one whole unattended render-all run of the program, and one interactive
+// frame on each of the ten sections, the way the program's own loop makes it.
+#include "gallery/gallery.hpp"
+
+#include "velmora/core/canvas.hpp"
+#include "velmora/platform/window.hpp"
+#include "velmora/renderer/renderer.hpp"
+
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace velmora::ui;
+
+constexpr unsigned back_buffer = 0x0405; // GL_BACK
+
+// The program itself, started as a child process so that the number includes what a user waits
+// for: start-up, fonts, every page and overlay, encoding and writing the files.
+void BM_RenderAll(benchmark::State& state) {
+    const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
+    const fs::path directory = fs::temp_directory_path() / ("velmora-render-all-" + std::to_string(stamp));
+#if defined(_WIN32)
+    const char* quiet = " > NUL";
+#else
+    const char* quiet = " > /dev/null";
+#endif
+    const std::string command = std::string("\"") + VELMORA_GALLERY_PROGRAM + "\" --render-all \"" +
+                                directory.string() + "\"" + quiet;
+    int status = 0;
+    for (auto _ : state) status = std::system(command.c_str());
+    std::size_t files = 0;
+    if (fs::is_directory(directory))
+        for (const auto& entry : fs::recursive_directory_iterator(directory))
+            files += entry.is_regular_file();
+    fs::remove_all(directory);
+    if (status != 0) state.SkipWithError(("render-all exited with status " + std::to_string(status)).c_str());
+    state.counters["files"] = static_cast<double>(files);
+}
+BENCHMARK(BM_RenderAll)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+// A hidden window at the interactive size with the gallery on it, made once for all sections:
+// one Renderer per process.
+struct Stage {
+    Window window{{"bench", 1280, 800, false}};
+    Renderer renderer;
+    Canvas canvas;
+    gallery::Gallery scene;
+    double time = 1;
+
+    // The interactive loop's work for one frame, waited for until the GPU is done: reading a
+    // pixel back cannot finish before the frame's drawing has.
+    void frame() {
+        const int w = window.width(), h = window.height();
+        renderer.background(w, h, static_cast<float>(time), scene.theme, true);
+        renderer.begin(canvas, w, h, gallery::logical_width, gallery::logical_height, scene.theme);
+        scene.frame(canvas, Input{}, time);
+        renderer.render(canvas, w, h, {-1, -1}, 0, back_buffer);
+        benchmark::DoNotOptimize(renderer.read_pixels(1, 1));
+        time += 1.0 / 60;
+    }
+};
+
+Stage& stage() {
+    static Stage made;
+    return made;
+}
+
+void BM_SectionFrame(benchmark::State& state) {
+    Stage& s = stage();
+    const int section = static_cast<int>(state.range(0));
+    s.scene.select(section);
+    // The first frames after a rebuild lay the section out and fill the glyph atlases. Iterations
+    // are counted by the clock: the main thread mostly waits for the rasteriser.
+    for (int i = 0; i < 5; ++i) s.frame();
+    for (auto _ : state) s.frame();
+    state.SetLabel(s.scene.sections()[static_cast<std::size_t>(section)]);
+}
+BENCHMARK(BM_SectionFrame)->DenseRange(0, 9)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
