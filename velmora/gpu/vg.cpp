@@ -721,10 +721,23 @@ struct ClipStack {
 
 void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
 
-bool clips_balanced(const float* commands, int count) {
+// The kinds a Canvas writes. Anything else is refused before the cast to int, which is
+// undefined for NaN and for values out of int's range.
+bool known_kind(float kind) {
+    for (const float k : {0.0f, 1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 9.0f, 10.0f, 11.0f})
+        if (kind == k) return true;
+    return false;
+}
+
+bool commands_valid(const float* commands, int count) {
     int depth = 0;
     for (int i = 0; i < count; ++i) {
-        int kind = static_cast<int>(commands[static_cast<std::size_t>(i) * 64]);
+        const float slot = commands[static_cast<std::size_t>(i) * 64];
+        if (!known_kind(slot)) {
+            set_error("Unknown command kind");
+            return false;
+        }
+        const int kind = static_cast<int>(slot);
         if (kind == 11) {
             if (depth < 1) {
                 set_error("Unbalanced shaped clip pop");
@@ -762,7 +775,7 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         set_error("Invalid draw buffer or framebuffer parameters");
         return;
     }
-    if (!clips_balanced(commands, command_count)) return;
+    if (!commands_valid(commands, command_count)) return;
 
     GlState host;
     save_state(host);
@@ -849,7 +862,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             top = std::max(top, host_top);
             bottom = std::min(bottom, host_bottom);
         }
-        if (right <= left || bottom <= top || c[9] <= 0) continue;
+        // Negated, so that a NaN in the clip or the alpha skips the command too.
+        if (!(right > left) || !(bottom > top) || !(c[9] > 0)) continue;
         glEnable_(GL_SCISSOR_TEST);
         // Truncating the low edges and rounding up the high ones keeps every touched pixel.
         const int x = static_cast<int>(left);
