@@ -110,7 +110,7 @@ inline constexpr unsigned oem_7 = 0xDE; // '"
 } // namespace vk
 
 // The plain keys: a key-down of `code` sets `flag`. The letter shortcuts (A, C, V, X, Y, Z)
-// depend on the modifiers and are decided by the window.
+// depend on the modifiers and are decided by `apply_key`.
 struct KeyFlag {
     unsigned code;
     bool Input::*flag;
@@ -132,5 +132,11 @@ inline constexpr KeyFlag key_flags[] = {
     {vk::down, &Input::down},
     {vk::delete_key, &Input::delete_key},
 };
+
+// Records a key-down of `code` in `in`, with the modifiers already in `in.ctrl` and
+// `in.shift`: the last key, its plain flag and the edit shortcuts. Every platform calls this
+// so that a key means the same everywhere. Returns true for Ctrl+V; reading the clipboard is
+// the caller's business, as only it knows whether text input is on.
+bool apply_key(Input& in, unsigned code);
 
 } // namespace velmora::ui

@@ -302,39 +302,12 @@ void Window::Impl::key_down(const SDL_Keysym& key) {
     input.alt = (key.mod & KMOD_ALT) != 0;
     const unsigned code = virtual_key(key.sym);
     if (code == 0) return;
-    input.key = code;
-    for (const KeyFlag& k : key_flags)
-        if (k.code == code) input.*k.flag = true;
-    // Assignments, not settings: a plain letter later in the same poll takes a shortcut back.
-    const bool ctrl = input.ctrl;
-    switch (code) {
-    case vk::a:
-        input.select_all = ctrl;
-        break;
-    case vk::c:
-        input.copy = ctrl;
-        break;
-    case vk::x:
-        input.cut = ctrl;
-        break;
-    case vk::y:
-        input.redo = ctrl;
-        break;
-    case vk::z:
-        input.undo = ctrl && !input.shift;
-        input.redo = ctrl && input.shift;
-        break;
-    case vk::v:
-        if (ctrl && text_on) {
-            // Never throws: an unreadable or malformed clipboard pastes nothing.
-            if (char* clip = SDL_GetClipboardText()) {
-                if (valid_utf8(clip)) input.paste += clip;
-                SDL_free(clip);
-            }
+    if (apply_key(input, code) && text_on) {
+        // Never throws: an unreadable or malformed clipboard pastes nothing.
+        if (char* clip = SDL_GetClipboardText()) {
+            if (valid_utf8(clip)) input.paste += clip;
+            SDL_free(clip);
         }
-        break;
-    default:
-        break;
     }
 }
 

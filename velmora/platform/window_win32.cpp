@@ -268,34 +268,7 @@ void Window::Impl::release_press() {
 void Window::Impl::key_down(unsigned code) {
     modifiers();
     input.alt = held(VK_MENU);
-    input.key = code;
-    for (const KeyFlag& k : key_flags)
-        if (k.code == code) input.*k.flag = true;
-    // Assignments, not settings: a plain letter later in the same poll takes a shortcut back.
-    const bool ctrl = input.ctrl;
-    switch (code) {
-    case vk::a:
-        input.select_all = ctrl;
-        break;
-    case vk::c:
-        input.copy = ctrl;
-        break;
-    case vk::x:
-        input.cut = ctrl;
-        break;
-    case vk::y:
-        input.redo = ctrl;
-        break;
-    case vk::z:
-        input.undo = ctrl && !input.shift;
-        input.redo = ctrl && input.shift;
-        break;
-    case vk::v:
-        if (ctrl && text_on) input.paste += clipboard(window);
-        break;
-    default:
-        break;
-    }
+    if (apply_key(input, code) && text_on) input.paste += clipboard(window);
 }
 
 // Characters outside the basic plane arrive as two WM_CHAR messages, high surrogate first.

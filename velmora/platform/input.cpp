@@ -1,0 +1,36 @@
+#include "velmora/platform/input.hpp"
+
+namespace velmora::ui {
+
+bool apply_key(Input& in, unsigned code) {
+    in.key = code;
+    for (const KeyFlag& k : key_flags)
+        if (k.code == code) in.*k.flag = true;
+    // Assignments, not settings: a plain letter later in the same poll takes a shortcut back.
+    const bool ctrl = in.ctrl;
+    switch (code) {
+    case vk::a:
+        in.select_all = ctrl;
+        break;
+    case vk::c:
+        in.copy = ctrl;
+        break;
+    case vk::x:
+        in.cut = ctrl;
+        break;
+    case vk::y:
+        in.redo = ctrl;
+        break;
+    case vk::z:
+        in.undo = ctrl && !in.shift;
+        in.redo = ctrl && in.shift;
+        break;
+    case vk::v:
+        return ctrl;
+    default:
+        break;
+    }
+    return false;
+}
+
+} // namespace velmora::ui
