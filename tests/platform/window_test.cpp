@@ -6,6 +6,7 @@
 #include "velmora/platform/window.hpp"
 
 #include <SDL.h>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -402,6 +403,10 @@ TEST_F(WindowTest, CompositionIsKeptUntilCommittedCancelledOrFocusIsLost) {
     poll();
     window.text_input(false);
     EXPECT_EQ(poll().composition, "");
+
+    window.text_input_rect({10, 20, 1.5f, 16});
+    EXPECT_THROW(window.text_input_rect({NAN, 0, 1, 1}), std::invalid_argument);
+    EXPECT_THROW(window.text_input_rect({0, 0, -1, 1}), std::invalid_argument);
 }
 
 TEST_F(WindowTest, CtrlOrAltHeldTypesNothing) {

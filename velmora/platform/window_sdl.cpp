@@ -534,6 +534,9 @@ void Window::text_input(bool on) {
 
 void Window::text_input_rect(Rect r) {
     impl_->check();
+    if (!in_range(r.x, -32768, 32768) || !in_range(r.y, -32768, 32768) || !in_range(r.w, 0, 32768) ||
+        !in_range(r.h, 0, 32768))
+        throw std::invalid_argument("Invalid rectangle");
     SDL_Rect area{static_cast<int>(r.x), static_cast<int>(r.y), static_cast<int>(std::ceil(r.w)),
                   static_cast<int>(std::ceil(r.h))};
     SDL_SetTextInputRect(&area);

@@ -495,6 +495,9 @@ void Window::text_input(bool on) {
 
 void Window::text_input_rect(Rect r) {
     impl_->check();
+    if (!in_range(r.x, -32768, 32768) || !in_range(r.y, -32768, 32768) || !in_range(r.w, 0, 32768) ||
+        !in_range(r.h, 0, 32768))
+        throw std::invalid_argument("Invalid rectangle");
     HIMC context = ImmGetContext(impl_->window);
     if (!context) return; // input methods are off
     const float s = impl_->dpi_scale;
