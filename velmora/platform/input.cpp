@@ -1,6 +1,17 @@
 #include "velmora/platform/input.hpp"
 
+#include <utility>
+
 namespace velmora::ui {
+
+void begin_poll(Input& in) {
+    Input kept = std::move(in);
+    in = Input{};
+    in.mouse = kept.mouse;
+    in.mouse_down = kept.mouse_down;
+    in.composition = std::move(kept.composition);
+    in.composition_cursor = kept.composition_cursor;
+}
 
 bool apply_key(Input& in, unsigned code) {
     in.key = code;

@@ -139,4 +139,8 @@ inline constexpr KeyFlag key_flags[] = {
 // the caller's business, as only it knows whether text input is on.
 bool apply_key(Input& in, unsigned code);
 
+// Starts the record of a new poll: everything is cleared but what lasts across polls (the
+// pointer, the held button and an unfinished input-method composition).
+void begin_poll(Input& in);
+
 } // namespace velmora::ui

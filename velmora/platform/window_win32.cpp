@@ -426,12 +426,7 @@ Window::~Window() {
 bool Window::poll() {
     impl_->check();
     Impl& w = *impl_;
-    Input kept = std::move(w.input);
-    w.input = Input{};
-    w.input.mouse = kept.mouse;
-    w.input.mouse_down = kept.mouse_down;
-    w.input.composition = std::move(kept.composition);
-    w.input.composition_cursor = kept.composition_cursor;
+    begin_poll(w.input);
     w.modifiers();
 
     MSG message;
