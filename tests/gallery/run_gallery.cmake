@@ -1,4 +1,5 @@
-# Runs velmora-gallery headless in one mode and checks its exit code and output.
+# Runs velmora-gallery headless in one mode and checks its exit code and output. Render-all
+# runs twice, in two processes, and every PNG of the second run must match the first byte for byte.
 #   cmake -DGALLERY=<exe> -DMODE=smoke|render-all -DOUT=<dir> -DWORKDIR=<dir> -P run_gallery.cmake
 #   -DEMULATOR=<program> runs a cross-built gallery through it (Wine, which needs the display).
 file(REMOVE_RECURSE "${OUT}")
@@ -7,12 +8,17 @@ if(EMULATOR)
 else()
     set(launch env -u DISPLAY "${GALLERY}")
 endif()
-execute_process(COMMAND ${launch} --${MODE} "${OUT}/renders"
-                WORKING_DIRECTORY "${WORKDIR}" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-message("${out}${err}")
-if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "velmora-gallery --${MODE} exited with ${rc}")
-endif()
+function(run_gallery directory)
+    execute_process(COMMAND ${launch} --${MODE} "${directory}"
+                    WORKING_DIRECTORY "${WORKDIR}" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    message("${out}${err}")
+    if(NOT rc EQUAL 0)
+        message(FATAL_ERROR "velmora-gallery --${MODE} exited with ${rc}")
+    endif()
+    set(out "${out}" PARENT_SCOPE)
+endfunction()
+
+run_gallery("${OUT}/renders")
 if(NOT out MATCHES "^VelmoraUI 0\\.2\\.0 / [^\n]+\n")
     message(FATAL_ERROR "missing the version line")
 endif()
@@ -28,6 +34,18 @@ if(MODE STREQUAL "render-all")
                  overlay-DirectoryPicker overlay-Table overlay-CommandPalette refraction-0 refraction-30)
         if(NOT EXISTS "${OUT}/renders/${name}.png")
             message(FATAL_ERROR "missing ${name}.png")
+        endif()
+    endforeach()
+endif()
+
+if(MODE STREQUAL "render-all")
+    run_gallery("${OUT}/again")
+    file(GLOB pictures RELATIVE "${OUT}/renders" "${OUT}/renders/*.png")
+    foreach(name ${pictures})
+        execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files "${OUT}/renders/${name}" "${OUT}/again/${name}"
+                        RESULT_VARIABLE differ)
+        if(NOT differ EQUAL 0)
+            message(FATAL_ERROR "${name} differs between two runs")
         endif()
     endforeach()
 endif()

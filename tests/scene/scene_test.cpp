@@ -95,8 +95,14 @@ TEST(SceneFocus, OrderStopsAtModalBarrierButNotAtKeepFocusPopup) {
     EXPECT_EQ(scene.focus_order(), (std::vector<std::shared_ptr<ui::Widget>>{modal_probe}));
     EXPECT_EQ(scene.focus(), modal_probe);
 
+    FrameDriver run(scene);
+    run.frame();
+    const ui::Rect at = modal_probe->screen_bounds;
+    run.move({at.x + at.w / 2, at.y + at.h / 2});
+    ASSERT_EQ(scene.hovered(), modal_probe);
     scene.close(modal.get());
     EXPECT_EQ(scene.focus(), nullptr); // the focus before the modal opened
+    EXPECT_EQ(scene.hovered(), nullptr);
 }
 
 TEST(SceneOverlays, ShowValidatesPositionsAndReorders) {

@@ -46,7 +46,7 @@ TEST(WidgetTree, AddRejectsCyclesAndReparenting) {
     EXPECT_FALSE(c->descendant_of(nullptr));
 }
 
-TEST(WidgetTree, RemoveDetachesAndDropsFocusAndPress) {
+TEST(WidgetTree, RemoveDetachesAndDropsFocusPressAndHover) {
     ui::Scene scene;
     auto panel = scene.root()->emplace<ui::Widget>();
     panel->bounds = {0, 0, 200, 200};
@@ -55,12 +55,14 @@ TEST(WidgetTree, RemoveDetachesAndDropsFocusAndPress) {
     run.press({20, 20});
     ASSERT_EQ(scene.focus(), inner);
     ASSERT_EQ(scene.pressed(), inner);
+    ASSERT_EQ(scene.hovered(), inner);
 
     scene.root()->remove(std::make_shared<ui::Widget>()); // a stranger: nothing
     scene.root()->remove(panel);
     EXPECT_EQ(panel->parent, nullptr);
     EXPECT_EQ(scene.focus(), nullptr);
     EXPECT_EQ(scene.pressed(), nullptr);
+    EXPECT_EQ(scene.hovered(), nullptr);
     EXPECT_EQ(inner->scene, nullptr);
     EXPECT_FALSE(inner->pressed);
     EXPECT_FALSE(inner->hovered);

@@ -203,7 +203,14 @@ void Scene::close(const Widget* widget) {
     overlays_.erase(at);
     if (focus_inside) focus(previous);
     pressed_.reset();
+    unhover(*closed);
     detach_subtree(*closed);
+}
+
+void Scene::unhover(const Widget& leaving) {
+    if (!hovered_ || !hovered_->descendant_of(&leaving)) return;
+    hovered_->hovered = false;
+    hovered_.reset();
 }
 
 void Scene::close_top() {

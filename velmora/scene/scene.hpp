@@ -103,6 +103,9 @@ private:
     void pointer_events(std::shared_ptr<Widget> target, double now);
     void key_events();
     void paint(Canvas& canvas, double now);
+    // Lets go of the hovered widget when it lies within a subtree that is leaving the scene, so
+    // that nothing outside the tree is kept alive or sent a pointer-leave.
+    void unhover(const Widget& leaving);
 
     std::shared_ptr<Dialog> palette_;
     std::function<void(const std::string&)> clipboard_;

@@ -48,6 +48,7 @@ void Widget::remove(const std::shared_ptr<Widget>& child) {
     if (scene) {
         if (scene->focus_ && scene->focus_->descendant_of(kept.get())) scene->focus(nullptr);
         if (scene->pressed_ && scene->pressed_->descendant_of(kept.get())) scene->pressed_.reset();
+        scene->unhover(*kept);
     }
     detach_subtree(*kept);
 }
