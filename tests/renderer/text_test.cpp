@@ -174,4 +174,28 @@ TEST_F(TextTest, GlyphPixelsLandInsideTheirCells) {
     EXPECT_LE(d.bottom, static_cast<int>(dot.slot[2] + dot.slot[4]));
 }
 
+TEST_F(TextTest, ChineseComesFromAFontThatHasItNotAsMissingGlyphBoxes) {
+    theme.background = theme.background_accent = 0xFF000000;
+    renderer->begin(canvas, size, size, size, size, theme);
+    renderer->background(size, size, 0, theme, false);
+    canvas.text("你", {10, 10}, 30, 0xFFFFFFFF, 400);
+    canvas.text("好", {70, 10}, 30, 0xFFFFFFFF, 400);
+    canvas.text("x", {10, 70}, 30, 0xFFFFFFFF, 400);
+    renderer->render(canvas, size, size, {-1, -1}, 0, vg_back_buffer);
+    const Pixels shot = renderer->read_pixels(size, size);
+
+    // Two boxes would be the same picture; two glyphs differ in many pixels.
+    int differing = 0;
+    for (int y = 0; y < 60; ++y)
+        for (int x = 0; x < 60; ++x) {
+            auto inked = [&](int px) { return shot.data[(static_cast<std::size_t>(y) * shot.width + px) * 4] > 128; };
+            differing += inked(x) != inked(x + 60);
+        }
+    EXPECT_GT(differing, 40);
+    // They stand on the Latin baseline: their ink ends near where the x's does.
+    const Ink ni = ink_in(shot, 0, 0, 64, 64);
+    const Ink x = ink_in(shot, 0, 64, 64, size);
+    EXPECT_NEAR(ni.bottom, x.bottom - 60, 5);
+}
+
 } // namespace
