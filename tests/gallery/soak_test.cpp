@@ -351,6 +351,8 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
     long long heap_at_1000 = 0;
     GlObjects gl_at_1000;
     const int per_page = frames / static_cast<int>(soak.scene.sections().size()) + 1;
+    // What the input reached, so that a run that stopped exercising anything shows.
+    int with_overlay = 0, with_text_focus = 0, page_changes = 0, page = 0;
     for (int f = 0; f < frames; ++f) {
         // Every page gets its share of the run; the input may still wander elsewhere.
         if (f % per_page == 0) soak.scene.select(f / per_page);
@@ -361,6 +363,10 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
         }
         const std::string fault = consistency(soak.scene);
         ASSERT_EQ(fault, "") << "after frame " << f << " (" << soak.monkey.last << ")";
+        with_overlay += !soak.scene.overlays().empty();
+        with_text_focus += soak.scene.wants_text_input();
+        page_changes += soak.scene.page() != page;
+        page = soak.scene.page();
         if (f == 1000) {
             soak.settle();
             heap_at_1000 = live_bytes;
@@ -373,7 +379,11 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
     std::cout << "heap at frame 1000: " << heap_at_1000 << " bytes, at the end: " << heap_end << " bytes\n"
               << "GL objects: " << gl_end << '\n'
               << "glyphs cached: " << soak.renderer.glyph_count() << " on " << soak.renderer.atlas_count()
-              << " atlas pages\n";
+              << " atlas pages\n"
+              << "frames with an overlay open: " << with_overlay << ", with a text field focused: " << with_text_focus
+              << "; page changes: " << page_changes << '\n';
+    EXPECT_GT(with_overlay, 0);
+    EXPECT_GT(with_text_focus, 0);
     EXPECT_EQ(gl_end, gl_at_1000) << "GL objects at frame 1000: " << gl_at_1000;
     // Slack for glyphs of text first drawn after frame 1000 (numbers a control reports, say).
     EXPECT_LE(heap_end - heap_at_1000, 64 * 1024) << "heap grew from " << heap_at_1000 << " to " << heap_end;
