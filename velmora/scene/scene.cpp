@@ -24,8 +24,6 @@ constexpr double double_click_seconds = 0.4;
 constexpr float double_click_distance = 5;
 constexpr double tooltip_delay = 0.6;
 constexpr unsigned modal_dim = 0x68000000;
-constexpr int key_tab = vk::tab;
-constexpr int key_escape = vk::escape;
 constexpr int key_palette = 'K';
 
 void detach_subtree(Widget& w) {
@@ -365,7 +363,7 @@ void Scene::key_events() {
     } else {
         code = flag_code(input_);
     }
-    if (code == key_tab) traverse = true;
+    if (code == vk::tab) traverse = true;
 
     if (traverse) {
         auto order = focus_order();
@@ -385,7 +383,7 @@ void Scene::key_events() {
     key.type = key_down;
     key.key = code;
     const bool handled = dispatch(focus_, key, true);
-    if (code == key_escape && !handled) close_top();
+    if (code == vk::escape && !handled) close_top();
 }
 
 void Scene::paint(Canvas& canvas, double now) {

@@ -15,8 +15,6 @@ namespace velmora::ui {
 
 namespace {
 
-constexpr int key_enter = vk::enter;
-constexpr int key_space = vk::space;
 
 // Top of a box of the given height centred vertically in r.
 float middle(Rect r, float height) { return r.y + (r.h - height) * 0.5f; }
@@ -38,7 +36,7 @@ Button::Button(std::string label) : Widget(std::move(label)) { focusable = true;
 bool Button::trigger(const Event& e) const {
     if (!enabled) return false;
     if (e.type == pointer_up) return screen_bounds.contains(e.position);
-    return e.type == key_down && (e.key == key_space || e.key == key_enter);
+    return e.type == key_down && (e.key == vk::space || e.key == vk::enter);
 }
 
 void Button::event(Event& e) {

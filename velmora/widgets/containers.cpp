@@ -18,12 +18,6 @@ namespace velmora::ui {
 
 namespace {
 
-// Event::key is signed; the codes themselves come from the one key table.
-constexpr int vk_enter = static_cast<int>(vk::enter);
-constexpr int vk_space = static_cast<int>(vk::space);
-constexpr int vk_left = static_cast<int>(vk::left);
-constexpr int vk_right = static_cast<int>(vk::right);
-
 float finite_or_zero(float v) { return std::isfinite(v) ? v : 0.0f; }
 
 } // namespace
@@ -156,7 +150,7 @@ void Accordion::paint(PaintContext& context) {
 void Accordion::event(Event& e) {
     bool on_heading =
         e.type == pointer_up && screen_bounds.contains(e.position) && e.position.y < screen_bounds.y + 40;
-    bool by_key = e.type == key_down && (e.key == vk_space || e.key == vk_enter);
+    bool by_key = e.type == key_down && (e.key == vk::space || e.key == vk::enter);
     if (!on_heading && !by_key) return;
     e.handled = true;
     expanded(!expanded_);
@@ -218,8 +212,8 @@ void Tabs::event(Event& e) {
         float tab = screen_bounds.w / static_cast<float>(children.size());
         select(static_cast<int>((e.position.x - screen_bounds.x) / tab));
         e.handled = true;
-    } else if (e.type == key_down && (e.key == vk_left || e.key == vk_right)) {
-        select(selected_ + (e.key == vk_left ? -1 : 1));
+    } else if (e.type == key_down && (e.key == vk::left || e.key == vk::right)) {
+        select(selected_ + (e.key == vk::left ? -1 : 1));
         e.handled = true;
     }
 }
@@ -447,11 +441,11 @@ void Breadcrumb::event(Event& e) {
             }
         }
     } else if (e.type == key_down && n > 0) {
-        if (e.key == vk_enter) {
+        if (e.key == vk::enter) {
             e.handled = true;
             choose(active);
-        } else if (e.key == vk_left || e.key == vk_right) {
-            active = std::clamp(active + (e.key == vk_left ? -1 : 1), 0, n - 1);
+        } else if (e.key == vk::left || e.key == vk::right) {
+            active = std::clamp(active + (e.key == vk::left ? -1 : 1), 0, n - 1);
             e.handled = true;
         }
     }

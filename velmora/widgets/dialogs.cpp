@@ -10,8 +10,6 @@ namespace velmora::ui {
 namespace {
 
 constexpr float title_strip = 44; // also the size of the close corner
-constexpr int key_enter = vk::enter;
-constexpr int key_escape = vk::escape;
 
 } // namespace
 
@@ -90,9 +88,9 @@ void MessageBox::answer(bool yes) {
 }
 
 void MessageBox::event(Event& e) {
-    if (e.type == key_down && (e.key == key_escape || e.key == key_enter)) {
+    if (e.type == key_down && (e.key == vk::escape || e.key == vk::enter)) {
         e.handled = true;
-        answer(e.key == key_enter);
+        answer(e.key == vk::enter);
         return;
     }
     Dialog::event(e);

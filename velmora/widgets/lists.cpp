@@ -18,16 +18,6 @@ namespace velmora::ui {
 
 namespace {
 
-constexpr int key_enter = vk::enter;
-constexpr int key_space = vk::space;
-constexpr int key_page_up = vk::page_up;
-constexpr int key_page_down = vk::page_down;
-constexpr int key_end = vk::end;
-constexpr int key_home = vk::home;
-constexpr int key_left = vk::left;
-constexpr int key_up = vk::up;
-constexpr int key_right = vk::right;
-constexpr int key_arrow_down = vk::down;
 
 // A rectangle shrunk on every side, never below zero size.
 Rect inset(Rect r, float by) {
@@ -92,10 +82,10 @@ void ComboSelect::event(Event& e) {
         return;
     }
     if (e.type != key_down) return;
-    if (e.key == key_enter || e.key == key_space || e.key == key_arrow_down) {
+    if (e.key == vk::enter || e.key == vk::space || e.key == vk::down) {
         e.handled = true;
         open_menu();
-    } else if (e.key == key_up) {
+    } else if (e.key == vk::up) {
         e.handled = true;
         select(selected_ - 1);
     }
@@ -196,35 +186,35 @@ void ListBox::event(Event& e) {
     const int page = c * static_cast<int>(std::trunc(bounds.h / cell()));
     int target = 0;
     switch (e.key) {
-    case key_enter: {
+    case vk::enter: {
         e.handled = true;
         if (selected_ < 0 || !on_item_activate) return;
         auto callback = on_item_activate;
         callback(selected_);
         return;
     }
-    case key_page_up:
+    case vk::page_up:
         target = selected_ - page;
         break;
-    case key_page_down:
+    case vk::page_down:
         target = selected_ + page;
         break;
-    case key_end:
+    case vk::end:
         target = count() - 1;
         break;
-    case key_home:
+    case vk::home:
         target = 0;
         break;
-    case key_left:
+    case vk::left:
         target = selected_ - 1;
         break;
-    case key_up:
+    case vk::up:
         target = selected_ - c;
         break;
-    case key_right:
+    case vk::right:
         target = selected_ + 1;
         break;
-    case key_arrow_down:
+    case vk::down:
         target = selected_ + c;
         break;
     default:
@@ -327,13 +317,13 @@ void TreeNode::event(Event& e) {
     }
     if (e.type != key_down) return;
     switch (e.key) {
-    case key_right:
+    case vk::right:
         expanded = true;
         break;
-    case key_left:
+    case vk::left:
         expanded = false;
         break;
-    case key_enter:
+    case vk::enter:
         expanded = !expanded;
         break;
     default:
@@ -437,22 +427,22 @@ void TreeView::event(Event& e) {
     const int current = at == all.end() ? 0 : static_cast<int>(at - all.begin());
     int target = 0;
     switch (e.key) {
-    case key_end:
+    case vk::end:
         target = n - 1;
         break;
-    case key_home:
+    case vk::home:
         target = 0;
         break;
-    case key_up:
+    case vk::up:
         target = std::max(current - 1, 0);
         break;
-    case key_arrow_down:
+    case vk::down:
         target = std::min(current + 1, n - 1);
         break;
-    case key_left:
-    case key_right:
+    case vk::left:
+    case vk::right:
         e.handled = true;
-        all[static_cast<std::size_t>(current)].node->expanded = e.key == key_right;
+        all[static_cast<std::size_t>(current)].node->expanded = e.key == vk::right;
         changed();
         return;
     default:

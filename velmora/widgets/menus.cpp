@@ -20,9 +20,6 @@ bool selectable(const PopupMenu::Item& row) { return row.enabled && !row.separat
 // Space above the first row and below the last.
 constexpr float inset = 6;
 
-constexpr int key_enter = vk::enter;
-constexpr int key_space = vk::space;
-constexpr int key_down_arrow = vk::down;
 
 } // namespace
 
@@ -206,7 +203,7 @@ DropDownMenu::DropDownMenu(std::string label)
 void DropDownMenu::event(Event& e) {
     const bool opens =
         (e.type == pointer_up && screen_bounds.contains(e.position)) ||
-        (e.type == key_down && (e.key == key_enter || e.key == key_space || e.key == key_down_arrow));
+        (e.type == key_down && (e.key == vk::enter || e.key == vk::space || e.key == vk::down));
     if (!opens) return;
     e.handled = true;
     if (scene) menu->open(*scene, {screen_bounds.x, screen_bounds.y + screen_bounds.h + 4}, false);

@@ -10,9 +10,6 @@ namespace velmora::ui {
 
 namespace {
 
-constexpr int key_enter = vk::enter;
-constexpr int key_up = vk::up;
-constexpr int key_arrow_down = vk::down;
 
 // ASCII-only case folding: bytes of multi-byte characters compare as they are.
 std::string folded(std::string s) {
@@ -26,7 +23,7 @@ std::string folded(std::string s) {
 } // namespace
 
 void PaletteQuery::event(Event& e) {
-    if (e.type == key_down && (e.key == key_enter || e.key == key_up || e.key == key_arrow_down)) {
+    if (e.type == key_down && (e.key == vk::enter || e.key == vk::up || e.key == vk::down)) {
         e.handled = true;
         if (!on_key) return;
         auto callback = on_key; // running a command may destroy the palette and this field
@@ -49,12 +46,12 @@ CommandPalette::CommandPalette() : Modal("命令面板 · Ctrl+K") {
     query->on_key = [field = query.get()](int code) {
         auto* palette = dynamic_cast<CommandPalette*>(field->parent);
         if (!palette) return;
-        if (code == key_enter) {
+        if (code == vk::enter) {
             palette->execute(-1);
             return;
         }
         const auto& items = palette->list;
-        items->select(items->selected() + (code == key_up ? -1 : 1));
+        items->select(items->selected() + (code == vk::up ? -1 : 1));
     };
     list->on_item_activate = [rows = list.get()](int index) {
         if (auto* palette = dynamic_cast<CommandPalette*>(rows->parent)) palette->execute(index);

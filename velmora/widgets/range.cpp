@@ -20,16 +20,6 @@ namespace velmora::ui {
 
 namespace {
 
-// Event::key is signed; the codes themselves come from the one key table.
-constexpr int vk_page_up = static_cast<int>(vk::page_up);
-constexpr int vk_page_down = static_cast<int>(vk::page_down);
-constexpr int vk_end = static_cast<int>(vk::end);
-constexpr int vk_home = static_cast<int>(vk::home);
-constexpr int vk_left = static_cast<int>(vk::left);
-constexpr int vk_up = static_cast<int>(vk::up);
-constexpr int vk_right = static_cast<int>(vk::right);
-constexpr int vk_down = static_cast<int>(vk::down);
-
 constexpr float thumb_radius = 9;
 
 double finite_value(double v) {
@@ -92,18 +82,18 @@ float Slider::position_of(double v) const {
 
 bool Slider::key_target(int key, double from, double& to) const {
     switch (key) {
-    case vk_end:
+    case vk::end:
         to = maximum;
         return true;
-    case vk_home:
+    case vk::home:
         to = minimum;
         return true;
-    case vk_left:
-    case vk_down:
+    case vk::left:
+    case vk::down:
         to = std::clamp(from - step_, minimum, maximum);
         return true;
-    case vk_up:
-    case vk_right:
+    case vk::up:
+    case vk::right:
         to = std::clamp(from + step_, minimum, maximum);
         return true;
     default:
@@ -212,10 +202,10 @@ void ScrollBar::event(Event& e) {
     case key_down: {
         // Down moves a vertical bar's thumb down, towards larger values.
         int key = e.key;
-        if (vertical && (key == vk_up || key == vk_down)) key = key == vk_up ? vk_left : vk_right;
+        if (vertical && (key == vk::up || key == vk::down)) key = key == vk::up ? vk::left : vk::right;
         double to = 0;
-        if (key == vk_page_up || key == vk_page_down)
-            to = value() + (key == vk_page_up ? -1.0 : 1.0) * share() * span;
+        if (key == vk::page_up || key == vk::page_down)
+            to = value() + (key == vk::page_up ? -1.0 : 1.0) * share() * span;
         else if (!key_target(key, value(), to))
             return;
         e.handled = true;

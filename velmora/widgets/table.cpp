@@ -30,13 +30,6 @@ namespace velmora::ui {
 
 namespace {
 
-constexpr int vk_enter = vk::enter;
-constexpr int vk_end = vk::end;
-constexpr int vk_home = vk::home;
-constexpr int vk_left = vk::left;
-constexpr int vk_up = vk::up;
-constexpr int vk_right = vk::right;
-constexpr int vk_down = vk::down;
 
 // The header strip and the margin below the last row: what a table's height doesn't give rows.
 constexpr float chrome = 44;
@@ -260,14 +253,14 @@ void Table::event(Event& e) {
         e.handled = true;
         return;
     case key_down:
-        if (e.key == vk_enter) {
+        if (e.key == vk::enter) {
             e.handled = true;
             edit_dialog(selected_, 0);
             return;
         }
-        if (e.key == vk_up || e.key == vk_down) {
+        if (e.key == vk::up || e.key == vk::down) {
             e.handled = true;
-            select(selected_ + (e.key == vk_up ? -1 : 1));
+            select(selected_ + (e.key == vk::up ? -1 : 1));
             // Keep the selected row inside the view.
             const float y = static_cast<float>(selected_) * row_height;
             float next = scroll_;
@@ -414,16 +407,16 @@ void Paginator::event(Event& e) {
     }
     if (e.type != key_down) return;
     switch (e.key) {
-    case vk_end:
+    case vk::end:
         select(pages_ - 1);
         break;
-    case vk_home:
+    case vk::home:
         select(0);
         break;
-    case vk_left:
+    case vk::left:
         select(page - 1);
         break;
-    case vk_right:
+    case vk::right:
         select(page + 1);
         break;
     default:
