@@ -997,23 +997,26 @@ struct PixelStore {
     }
 };
 
-bool buffer_holds(int width, int height, const void* pixels, std::size_t size) {
-    return width >= 1 && height >= 1 && pixels &&
-           size >= static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+// The guard of the calls that move pixels between client memory and GL: a buffer that holds
+// the rectangle (else `refusal`), and entry points into a loaded library. The open device is
+// not required.
+bool can_move_pixels(int width, int height, const void* pixels, std::size_t size, const char* refusal) {
+    if (width < 1 || height < 1 || !pixels ||
+        size < static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4) {
+        set_error(refusal);
+        return false;
+    }
+    if (!entry_points_live) {
+        set_error("Renderer is not initialized");
+        return false;
+    }
+    return true;
 }
 
 } // namespace
 
 void vg_upload(unsigned texture, int x, int y, int width, int height, const void* pixels, std::size_t size) {
-    if (!buffer_holds(width, height, pixels, size)) {
-        set_error("Invalid texture upload buffer");
-        return;
-    }
-    // The open device is not required, only entry points into a loaded library.
-    if (!entry_points_live) {
-        set_error("Renderer is not initialized");
-        return;
-    }
+    if (!can_move_pixels(width, height, pixels, size, "Invalid texture upload buffer")) return;
     GLint active = 0, bound = 0, unpack = 0;
     PixelStore store{{GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS},
                      {}};
@@ -1037,14 +1040,7 @@ void vg_delete_texture(unsigned texture) {
 }
 
 void vg_read_pixels(int width, int height, void* pixels, std::size_t size) {
-    if (!buffer_holds(width, height, pixels, size)) {
-        set_error("Screenshot buffer is too small");
-        return;
-    }
-    if (!entry_points_live) {
-        set_error("Renderer is not initialized");
-        return;
-    }
+    if (!can_move_pixels(width, height, pixels, size, "Screenshot buffer is too small")) return;
     GLint read_framebuffer = 0, pack = 0, read_buffer = 0;
     PixelStore store{{GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS}, {}};
     glGetIntegerv_(GL_READ_FRAMEBUFFER_BINDING, &read_framebuffer);

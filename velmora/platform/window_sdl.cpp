@@ -8,6 +8,7 @@
 //   Impl                  the window's state and the event rules
 //   Window                the public calls
 #include "velmora/platform/window.hpp"
+#include "velmora/platform/window_state.hpp"
 
 #include "velmora/core/utf8.hpp"
 #include "velmora/platform/error.hpp"
@@ -166,23 +167,17 @@ Routing& routing() {
 
 // ---- Impl -------------------------------------------------------------------
 
-struct Window::Impl {
+struct Window::Impl : WindowState {
     SDL_Window* window = nullptr;
     SDL_GLContext context = nullptr;
     SDL_Window* previous_window = nullptr; // current before this window, put back at the end
     SDL_GLContext previous_context = nullptr;
-    Input input;
-    bool open = true;
-    bool text_on = false;
-    float dpi_scale = 1;
-    std::thread::id thread = std::this_thread::get_id();
     bool video = false;
     Uint32 id = 0;
     Uint16 mods = 0; // modifier state as of the last key event, or the start of the poll
     std::vector<SDL_Event> deferred;
 
     ~Impl();
-    void check() const;
     void create(const WindowOptions& options);
     void update_scale();
     void handle(const SDL_Event& e);
@@ -193,10 +188,6 @@ struct Window::Impl {
     void end_composition();
     void release_press();
 };
-
-void Window::Impl::check() const {
-    if (std::this_thread::get_id() != thread) throw std::logic_error("Window used from another thread");
-}
 
 void Window::Impl::create(const WindowOptions& options) {
     static_cast<void>(wide(options.title)); // the same UTF-8 check as every later title
@@ -440,13 +431,12 @@ Uint32 event_window(const SDL_Event& e) {
 } // namespace
 
 Window::Window(const WindowOptions& options) : impl_(std::make_unique<Impl>()) {
-    if (options.width < 64 || options.width > 16384 || options.height < 64 || options.height > 16384)
-        throw std::invalid_argument("Window size");
+    WindowState::check_size(options);
     impl_->create(options);
 }
 
 Window::~Window() {
-    if (std::this_thread::get_id() != impl_->thread) std::terminate();
+    impl_->check_destroy();
 }
 
 bool Window::poll() {

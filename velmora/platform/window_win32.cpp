@@ -6,6 +6,7 @@
 //   Impl                the window's state, creation, the message procedure and its rules
 //   Window              the public calls
 #include "velmora/platform/window.hpp"
+#include "velmora/platform/window_state.hpp"
 
 #include "velmora/core/utf8.hpp"
 #include "velmora/platform/error.hpp"
@@ -86,21 +87,15 @@ bool held(int key) { return (GetKeyState(key) & 0x8000) != 0; }
 
 // ---- Impl -------------------------------------------------------------------
 
-struct Window::Impl {
+struct Window::Impl : WindowState {
     HWND window = nullptr;
     HDC dc = nullptr;
     HGLRC context = nullptr;
     HDC previous_dc = nullptr; // current before this window, put back at the end
     HGLRC previous_context = nullptr;
-    Input input;
-    bool open = true;
-    bool text_on = false;
-    float dpi_scale = 1;
     char16_t pending_high = 0;
-    std::thread::id thread = std::this_thread::get_id();
 
     ~Impl();
-    void check() const;
     void create(const WindowOptions& options);
     void make_context();
     void character(char16_t unit);
@@ -113,10 +108,6 @@ struct Window::Impl {
     LRESULT handle(UINT message, WPARAM wparam, LPARAM lparam);
     static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 };
-
-void Window::Impl::check() const {
-    if (std::this_thread::get_id() != thread) throw std::logic_error("Window used from another thread");
-}
 
 void Window::Impl::create(const WindowOptions& options) {
     const std::wstring title = wide_w(options.title);
@@ -414,13 +405,12 @@ LRESULT CALLBACK Window::Impl::procedure(HWND window, UINT message, WPARAM wpara
 // ---- Window -----------------------------------------------------------------
 
 Window::Window(const WindowOptions& options) : impl_(std::make_unique<Impl>()) {
-    if (options.width < 64 || options.width > 16384 || options.height < 64 || options.height > 16384)
-        throw std::invalid_argument("Window size");
+    WindowState::check_size(options);
     impl_->create(options);
 }
 
 Window::~Window() {
-    if (std::this_thread::get_id() != impl_->thread) std::terminate();
+    impl_->check_destroy();
 }
 
 bool Window::poll() {

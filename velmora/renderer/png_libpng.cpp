@@ -1,6 +1,6 @@
-// save_png over libpng. The steps keep the words of the other platforms' encoder, so a
+// The PNG encoder over libpng. The steps keep the words of the other platforms' encoder, so a
 // failure reads the same everywhere; libpng's own message is not passed on.
-#include "velmora/renderer/png.hpp"
+#include "velmora/renderer/png_writer.hpp"
 
 #include "velmora/platform/error.hpp"
 
@@ -49,13 +49,7 @@ void write_all(Writer& w, const Pixels& pixels) {
 
 } // namespace
 
-void save_png(const std::string& path, const Pixels& pixels) {
-    // Divided rather than multiplied, so that no int sizes can make the product wrap.
-    const std::size_t texels = pixels.data.size() / 4;
-    if (pixels.width <= 0 || pixels.height <= 0 || pixels.data.size() % 4 != 0 ||
-        texels % static_cast<std::size_t>(pixels.width) != 0 ||
-        texels / static_cast<std::size_t>(pixels.width) != static_cast<std::size_t>(pixels.height))
-        throw std::invalid_argument("PNG dimensions");
+void write_png(const std::string& path, const Pixels& pixels) {
 
     Writer w;
     w.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);

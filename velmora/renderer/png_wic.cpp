@@ -1,6 +1,6 @@
-// save_png through the Windows Imaging Component. Every step that can fail names itself in
+// The PNG encoder through the Windows Imaging Component. Every step that can fail names itself in
 // the exception, followed by the COM result: "PNG output (HRESULT=2147942403)".
-#include "velmora/renderer/png.hpp"
+#include "velmora/renderer/png_writer.hpp"
 
 #include "velmora/platform/error.hpp"
 #include "velmora/platform/wstring_win32.hpp"
@@ -64,13 +64,7 @@ private:
 
 } // namespace
 
-void save_png(const std::string& path, const Pixels& pixels) {
-    // Divided rather than multiplied, so that no int sizes can make the product wrap.
-    const std::size_t texels = pixels.data.size() / 4;
-    if (pixels.width <= 0 || pixels.height <= 0 || pixels.data.size() % 4 != 0 ||
-        texels % static_cast<std::size_t>(pixels.width) != 0 ||
-        texels / static_cast<std::size_t>(pixels.width) != static_cast<std::size_t>(pixels.height))
-        throw std::invalid_argument("PNG dimensions");
+void write_png(const std::string& path, const Pixels& pixels) {
     const std::wstring file = wide_w(path);
 
     ComScope com;
