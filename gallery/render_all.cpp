@@ -104,7 +104,7 @@ int render_all(Window& window, Renderer& renderer, Canvas& canvas, Gallery& gall
                const std::string& directory) {
     fs::create_directories(fs::path(directory));
     Run run(window, renderer, canvas, gallery, directory);
-    // The rendered sets start empty: the gallery has painted nothing before this point.
+    gallery.forget_rendered();
 
     int gallery_shots = 0;
     for (int i = 0; i < static_cast<int>(gallery.sections().size()); ++i) {

@@ -177,6 +177,15 @@ TEST_F(GalleryTest, ThePagesPaintTheWholeCatalogue) {
     for (const auto& row : ui::control_registry())
         if (!scene.rendered_names().count(row.name)) missing.insert(row.name);
     EXPECT_TRUE(missing.empty()) << *missing.begin();
+    EXPECT_EQ(scene.rendered_kinds().size(), ui::control_registry().size());
+
+    // A count that starts afresh sees only what is painted after it.
+    scene.forget_rendered();
+    EXPECT_TRUE(scene.rendered_kinds().empty() && scene.rendered_names().empty());
+    scene.select(0);
+    run.frame();
+    EXPECT_TRUE(scene.rendered_names().count("Button"));
+    EXPECT_FALSE(scene.rendered_names().count("Table"));
 }
 
 } // namespace

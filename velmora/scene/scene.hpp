@@ -71,6 +71,11 @@ public:
     const std::vector<Notice>& notices() const { return notices_; }
     const std::set<ControlKind>& rendered_kinds() const { return rendered_kinds_; }
     const std::set<std::string>& rendered_names() const { return rendered_names_; }
+    // Empties both rendered sets, for a count that starts afresh; the scene never does this itself.
+    void forget_rendered() {
+        rendered_kinds_.clear();
+        rendered_names_.clear();
+    }
     Canvas* canvas() const { return canvas_; } // only during frame
     const Input& input() const { return input_; }
     Vec2 size() const { return size_; }
