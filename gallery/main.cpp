@@ -54,14 +54,10 @@ int main(int argc, char** argv) {
                                                      std::chrono::steady_clock::now() - start)
                                                      .count()) /
                              1000000000.0;
-            // The window reports the pointer in device-independent units; the scene works in the
-            // fixed logical canvas, whatever the window's size.
+            // The window reports the pointer in its own units; the scene works in the fixed
+            // logical canvas, whatever the window's size.
             Input input = window.input();
-            const float scale = window.dpi_scale();
-            const float sx = gallery::logical_width / (static_cast<float>(window.width()) / scale);
-            const float sy = gallery::logical_height / (static_cast<float>(window.height()) / scale);
-            input.mouse.x *= sx;
-            input.mouse.y *= sy;
+            input.mouse = window.to_logical(input.mouse, {gallery::logical_width, gallery::logical_height});
 
             renderer.background(window.width(), window.height(), static_cast<float>(t), scene.theme, true);
             renderer.begin(canvas, window.width(), window.height(), gallery::logical_width,
@@ -71,7 +67,10 @@ int main(int argc, char** argv) {
             window.text_input(scene.wants_text_input());
             // The input method's candidate window follows the caret, back in window units.
             const Rect caret = scene.text_input_rect();
-            if (caret.h > 0) window.text_input_rect({caret.x / sx, caret.y / sy, caret.w / sx, caret.h / sy});
+            if (caret.h > 0) {
+                const Vec2 unit = window.to_logical({1, 1}, {gallery::logical_width, gallery::logical_height});
+                window.text_input_rect({caret.x / unit.x, caret.y / unit.y, caret.w / unit.x, caret.h / unit.y});
+            }
             window.swap();
             if (smoke && frame == 3) return 0;
             std::this_thread::sleep_for(std::chrono::milliseconds(4));

@@ -104,10 +104,7 @@ int main(int argc, char** argv) try {
     }
     while (window.poll()) {
         const float t = std::chrono::duration<float>(std::chrono::steady_clock::now() - start).count();
-        Vec2 pointer = window.input().mouse; // window units, scaled into the logical frame
-        pointer.x *= logical_w * window.dpi_scale() / float(window.width());
-        pointer.y *= logical_h * window.dpi_scale() / float(window.height());
-        frame(t, pointer);
+        frame(t, window.to_logical(window.input().mouse, {logical_w, logical_h}));
         window.swap();
         std::this_thread::sleep_for(std::chrono::milliseconds(4));
     }

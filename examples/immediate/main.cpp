@@ -103,8 +103,7 @@ int main(int argc, char** argv) try {
         const int w = window.width();
         const int h = window.height();
         const float t = std::chrono::duration<float>(std::chrono::steady_clock::now() - start).count();
-        input.mouse.x *= logical_w / (static_cast<float>(w) / window.dpi_scale());
-        input.mouse.y *= logical_h / (static_cast<float>(h) / window.dpi_scale());
+        input.mouse = window.to_logical(input.mouse, {logical_w, logical_h});
         renderer.begin(canvas, w, h, logical_w, logical_h, settings.theme);
         ui.begin(canvas, input);
         settings_window(ui, settings);

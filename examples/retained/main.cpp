@@ -97,8 +97,7 @@ int main(int argc, char** argv) try {
     const auto frame = [&](Input input, double t) {
         const int w = window.width(), h = window.height();
         // The window reports the pointer in its own units; the scene works in logical ones.
-        input.mouse.x *= logical_w * window.dpi_scale() / static_cast<float>(w);
-        input.mouse.y *= logical_h * window.dpi_scale() / static_cast<float>(h);
+        input.mouse = window.to_logical(input.mouse, {logical_w, logical_h});
         renderer.background(w, h, static_cast<float>(t), scene.theme, true);
         renderer.begin(canvas, w, h, logical_w, logical_h, scene.theme);
         scene.frame(canvas, input, t);

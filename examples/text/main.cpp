@@ -86,11 +86,7 @@ int main(int argc, char** argv) try {
     }
     while (window.poll()) {
         const float seconds = std::chrono::duration<float>(std::chrono::steady_clock::now() - start).count();
-        // The window reports the pointer in its own units (pixels / dpi_scale).
-        Vec2 pointer = window.input().mouse;
-        pointer.x *= logical_w * window.dpi_scale() / static_cast<float>(window.width());
-        pointer.y *= logical_h * window.dpi_scale() / static_cast<float>(window.height());
-        frame(seconds, pointer);
+        frame(seconds, window.to_logical(window.input().mouse, {logical_w, logical_h}));
         window.swap();
         std::this_thread::sleep_for(std::chrono::milliseconds(4));
     }

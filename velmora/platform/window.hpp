@@ -47,6 +47,9 @@ public:
     float dpi_scale() const;
     // What happened during the last poll; valid until the next one.
     const Input& input() const;
+    // A point in the window's units (those of Input::mouse) in a logical frame of `logical`
+    // units stretched over the whole client area, as a scene drawn at that size sees it.
+    Vec2 to_logical(Vec2 point, Vec2 logical) const;
 
     // Throws std::invalid_argument "Invalid UTF-8".
     void title(const std::string& text);

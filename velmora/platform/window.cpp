@@ -1,3 +1,5 @@
+// The Window's platform-neutral parts: the checks every platform makes, and what follows from
+// the public operations alone.
 #include "velmora/platform/window_state.hpp"
 
 #include <exception>
@@ -16,6 +18,12 @@ void WindowState::check_size(const WindowOptions& options) {
 
 void WindowState::check_destroy() const {
     if (std::this_thread::get_id() != thread) std::terminate();
+}
+
+Vec2 Window::to_logical(Vec2 point, Vec2 logical) const {
+    const float units_wide = static_cast<float>(width()) / dpi_scale();
+    const float units_high = static_cast<float>(height()) / dpi_scale();
+    return {point.x * logical.x / units_wide, point.y * logical.y / units_high};
 }
 
 } // namespace velmora::ui
