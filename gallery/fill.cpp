@@ -475,6 +475,8 @@ void Gallery::fill(const std::shared_ptr<Widget>& control) {
         menu->disabled("打印（不可用）");
         menu->resize_menu();
         menu->bounds.w = 240;
+        // A menu on show inline has no row under the pointer yet; opened ones start on the first.
+        menu->active = -1;
         break;
     }
     case ControlKind::Dialog:
