@@ -77,16 +77,16 @@ void Panel::paint(PaintContext& context) {
 void Panel::event(Event& e) {
     if (!draggable) return;
     if (e.type == pointer_down) {
-        drag_origin = e.position;
-        drag_start = {bounds.x, bounds.y};
-        dragging = true;
+        body_press = e.position;
+        body_start = {bounds.x, bounds.y};
+        body_dragging = true;
         e.handled = true;
-    } else if (e.type == pointer_move && dragging) {
-        bounds.x = drag_start.x + e.position.x - drag_origin.x;
-        bounds.y = drag_start.y + e.position.y - drag_origin.y;
+    } else if (e.type == pointer_move && body_dragging) {
+        bounds.x = body_start.x + e.position.x - body_press.x;
+        bounds.y = body_start.y + e.position.y - body_press.y;
         e.handled = true;
     } else if (e.type == pointer_up) {
-        dragging = false; // left unhandled on purpose: an outer handler may still want the release
+        body_dragging = false; // left unhandled on purpose: an outer handler may still want the release
     }
 }
 

@@ -37,9 +37,9 @@ public:
     int columns = 2; // grid mode; below 2 means one column
     bool glass = true;
     bool draggable = false; // the body moves the panel
-    Vec2 drag_origin;       // pointer position at the press
-    Vec2 drag_start;        // bounds position at the press
-    bool dragging = false;
+    Vec2 body_press;        // pointer position at the press
+    Vec2 body_start;        // bounds position at the press
+    bool body_dragging = false;
 
     // Where the first child stands, measured from the panel's top.
     virtual float content_top() const { return padding; }

@@ -28,8 +28,10 @@ public:
     explicit Dialog(std::string title = {});
 
     bool modal = false;
-    // The title-strip drag uses Panel's dragging, drag_start and drag_origin, with drag_start
-    // the pointer position at the press and drag_origin the local position at the press.
+    // The title-strip drag, apart from the Panel's body drag, which a dialog never uses.
+    bool dragging = false;
+    Vec2 drag_start;  // pointer position at the press
+    Vec2 drag_origin; // local position at the press
 
     // Throws std::bad_weak_ptr unless the dialog is held by a shared pointer.
     void open(Scene& owner);
