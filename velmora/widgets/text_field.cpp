@@ -261,6 +261,17 @@ void TextField::ensure_caret() {
         scroll_x = cx;
     else if (cx > scroll_x + view)
         scroll_x = cx - view;
+    // Never scrolled further than the widest line needs, so a field that grew or lost text
+    // shows no blank past the end.
+    float widest = 0;
+    for (std::size_t start = 0;;) {
+        const auto end = line_end(text, start);
+        widest = std::max(widest, measure(std::string_view(text).substr(start, end - start)) +
+                                      (caret >= start && caret <= end ? measure(composition_.text) : 0));
+        if (end == text.size()) break;
+        start = end + 1;
+    }
+    scroll_x = std::max(std::min(scroll_x, widest - view), 0.0f);
     if (!multi_line) {
         first_row = 0;
         return;
@@ -276,6 +287,12 @@ void TextField::compose(const std::string& preedit, std::size_t cursor) {
     if (masked || read_only || !enabled || !valid_utf8(preedit)) return;
     composition_.cursor = snap(preedit, cursor);
     composition_.text = preedit;
+    ensure_caret();
+}
+
+void TextField::layout(Scene&) {
+    if (bounds.w == laid_out_.x && bounds.h == laid_out_.y) return;
+    laid_out_ = {bounds.w, bounds.h};
     ensure_caret();
 }
 

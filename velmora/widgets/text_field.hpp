@@ -74,6 +74,8 @@ public:
     void event(Event& e) override;
     // Follows the window's input-method composition while focused.
     void tick(Scene& scene) override;
+    // A field resized since the last layout brings its caret back into view.
+    void layout(Scene& scene) override;
     void paint(PaintContext& context) override;
     bool text_input() const override { return !read_only; }
 
@@ -124,6 +126,7 @@ private:
     float line_top(int row) const;
 
     Composition composition_;
+    Vec2 laid_out_{-1, -1}; // the size at the last layout
 };
 
 } // namespace velmora::ui
