@@ -6,17 +6,17 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace ui = velmora::ui;
-using velmora::test::FrameDriver;
-using velmora::test::Probe;
-
+namespace velmora::test {
 namespace {
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 std::shared_ptr<Probe> probe_in(ui::Widget& parent, ui::Rect at) {
     auto p = std::make_shared<Probe>("", at);
@@ -31,8 +31,7 @@ void expect_rect(ui::Rect r, float x, float y, float w, float h) {
     EXPECT_FLOAT_EQ(r.h, h);
 }
 
-class Frames : public testing::Test {
-protected:
+struct Frames : ::testing::Test {
     ui::Scene scene;
     FrameDriver run{scene};
     int changes = 0;
@@ -42,27 +41,29 @@ protected:
         w->on_change = [this](ui::Widget&) { ++changes; };
         return w;
     }
+    void drag(std::initializer_list<ui::Vec2> path) {
+        run.press(*path.begin());
+        for (auto p = path.begin() + 1; p != path.end(); ++p) run.move(*p);
+        run.release(*(path.end() - 1));
+    }
 };
 
-} // namespace
-
-TEST_F(Frames, PanelLayoutModes) {
-    auto panel = add<ui::Panel>();
+TEST_F(Frames, PanelLayoutModesAndDraggingLeavesTheReleaseUnhandled) {
+    auto outer = scene.root()->emplace<Probe>("", ui::Rect{0, 0, 800, 600});
+    auto panel = std::make_shared<ui::Panel>();
+    outer->add(panel);
     auto a = probe_in(*panel, {0, 0, 50, 20});
     auto hidden = probe_in(*panel, {7, 7, 60, 50});
     auto b = probe_in(*panel, {0, 0, 30, 40});
     auto c = probe_in(*panel, {0, 0, 30, 30});
     auto d = probe_in(*panel, {0, 0, 30, 10});
     hidden->visible = false;
-
     panel->layout_mode = ui::layout_row;
     run.frame();
     expect_rect(b->bounds, 16 + 50 + 10, 16, 30, 40);
-
     panel->layout_mode = ui::layout_column;
     run.frame();
     expect_rect(b->bounds, 16, 16 + 20 + 10, 288, 40);
-
     panel->layout_mode = ui::layout_grid;
     panel->columns = 3;
     run.frame();
@@ -70,18 +71,13 @@ TEST_F(Frames, PanelLayoutModes) {
     expect_rect(c->bounds, 16 + 2 * (cell + 10), 16, cell, 30);
     expect_rect(d->bounds, 16, 16 + 40 + 10, cell, 10); // the row is as tall as its tallest
     expect_rect(hidden->bounds, 7, 7, 60, 50);          // an invisible child takes no cell
-}
 
-TEST_F(Frames, DraggablePanelLeavesTheReleaseUnhandled) {
-    auto outer = scene.root()->emplace<Probe>("", ui::Rect{0, 0, 800, 600});
-    auto panel = std::make_shared<ui::Panel>();
-    outer->add(panel);
-    panel->bounds = {100, 100, 200, 100};
-    panel->draggable = true;
-    run.press({150, 150});
-    run.move({170, 140});
-    run.release({170, 140});
-    expect_rect(panel->bounds, 120, 90, 200, 100);
+    auto dragged = std::make_shared<ui::Panel>();
+    outer->add(dragged);
+    dragged->bounds = {100, 400, 200, 100};
+    dragged->draggable = true;
+    drag({{150, 450}, {170, 440}});
+    expect_rect(dragged->bounds, 120, 390, 200, 100);
     EXPECT_EQ(outer->count(ui::pointer_down), 0);
     EXPECT_EQ(outer->count(ui::pointer_up), 1);
 }
@@ -92,7 +88,6 @@ TEST_F(Frames, AccordionFoldsAndRemembersItsHeight) {
     probe_in(*acc, {10, 60, 100, 30});
     run.frame();
     EXPECT_EQ(scene.focus_order().size(), 2u);
-
     run.click({100, 100}); // below the heading
     EXPECT_TRUE(acc->expanded());
     run.click({100, 20});
@@ -100,9 +95,7 @@ TEST_F(Frames, AccordionFoldsAndRemembersItsHeight) {
     EXPECT_EQ(acc->bounds.h, 40);
     EXPECT_EQ(scene.focus_order().size(), 1u); // folded content is out of reach
 
-    run.key(32);
-    run.key(13);
-    run.key(32);
+    for (unsigned k : {32u, 13u, 32u}) run.key(k);
     EXPECT_TRUE(acc->expanded());
     EXPECT_EQ(acc->bounds.h, 200);
     acc->expanded(true);
@@ -124,7 +117,6 @@ TEST_F(Frames, TabsShowOnePageAtATime) {
     EXPECT_EQ(tabs->selected(), 1);
     EXPECT_TRUE(pages[1]->visible);
     EXPECT_FALSE(pages[0]->visible);
-
     run.key(39);
     run.key(39); // no wrap at the end
     EXPECT_EQ(tabs->selected(), 2);
@@ -137,18 +129,16 @@ TEST_F(Frames, TabsShowOnePageAtATime) {
     EXPECT_EQ(tabs->selected(), 0);
     EXPECT_TRUE(pages[0]->visible);
     EXPECT_EQ(changes, 4);
-
     ui::Tabs empty;
     empty.select(5);
     EXPECT_EQ(empty.selected(), 0);
 }
 
-TEST_F(Frames, SplitPaneLaysOutTheFirstTwoChildren) {
+TEST_F(Frames, SplitPaneLaysOutTheFirstTwoChildrenAndItsDividerDrags) {
     auto split = add<ui::SplitPane>();
     auto first = probe_in(*split, {1, 1, 1, 1});
     run.frame();
     expect_rect(first->bounds, 1, 1, 1, 1); // one child: nothing to split
-
     auto second = probe_in(*split, {});
     auto third = probe_in(*split, {5, 5, 5, 5});
     run.frame();
@@ -156,31 +146,20 @@ TEST_F(Frames, SplitPaneLaysOutTheFirstTwoChildren) {
     expect_rect(second->bounds, 204, 0, 196, 200);
     expect_rect(third->bounds, 5, 5, 5, 5);
 
+    drag({{205, 100}, {300, 150}}); // within 6 of the divider: the pane's, not its child's
+    EXPECT_EQ(second->count(ui::pointer_down), 0);
+    EXPECT_FLOAT_EQ(split->ratio(), 0.75f);
+    EXPECT_FLOAT_EQ(first->bounds.w, 296);
+    drag({{290, 100}, {100, 100}}); // a press on a child that bubbles up leaves the divider alone
+    EXPECT_EQ(first->count(ui::pointer_down), 1);
+    EXPECT_FLOAT_EQ(split->ratio(), 0.75f);
+
     split->vertical = true;
     split->ratio(0.25f);
     run.frame();
     expect_rect(second->bounds, 0, 54, 400, 146);
-    split->ratio(std::numeric_limits<float>::quiet_NaN());
+    split->ratio(nan);
     EXPECT_EQ(split->ratio(), 0);
-}
-
-TEST_F(Frames, SplitPaneDividerDrags) {
-    auto split = add<ui::SplitPane>();
-    auto first = probe_in(*split, {});
-    auto second = probe_in(*split, {});
-    run.frame();
-    run.press({205, 100}); // within 6 of the divider: the pane, not its child
-    EXPECT_EQ(second->count(ui::pointer_down), 0);
-    run.move({300, 150});
-    run.release({300, 150});
-    EXPECT_FLOAT_EQ(split->ratio(), 0.75f);
-    EXPECT_FLOAT_EQ(first->bounds.w, 296);
-
-    run.press({290, 100}); // a press on a child that bubbles up leaves the divider alone
-    EXPECT_EQ(first->count(ui::pointer_down), 1);
-    run.move({100, 100});
-    run.release({100, 100});
-    EXPECT_FLOAT_EQ(split->ratio(), 0.75f);
 }
 
 TEST_F(Frames, ScrollPaneWheelPassesOnWhenContentFits) {
@@ -202,18 +181,17 @@ TEST_F(Frames, ScrollPaneWheelPassesOnWhenContentFits) {
     run.wheel({50, 50}, -1);
     EXPECT_EQ(outer->offset, 230);
     EXPECT_EQ(changes, 2);
-    outer->scroll(std::numeric_limits<float>::quiet_NaN());
+    outer->scroll(nan);
     EXPECT_EQ(outer->offset, 0);
 }
 
-TEST_F(Frames, ScrollPaneThumb) {
+TEST_F(Frames, ScrollPaneThumbCentresOnTrackPressAndKeepsItsGrab) {
     auto pane = add<ui::ScrollPane>();
     auto content = probe_in(*pane, {0, 0, 100, 400});
     run.frame();
     float size = 172 * 180 / 410.0f;
     expect_rect(pane->thumb(), 290, 4, 6, size);
-
-    run.press({295, 100}); // on the track: the thumb centres under the pointer
+    run.press({295, 100});
     EXPECT_NEAR(pane->thumb().y + pane->thumb().h / 2, 100, 0.01);
     EXPECT_EQ(content->count(ui::pointer_down), 0);
     run.move({295, 1000});
@@ -221,9 +199,7 @@ TEST_F(Frames, ScrollPaneThumb) {
     EXPECT_EQ(pane->offset, pane->max_scroll());
     EXPECT_FALSE(pane->thumb_dragging);
 
-    run.press({295, 176 - size + 5}); // on the thumb: it keeps the grab point
-    run.move({295, 176 - size});
-    run.release({295, 176 - size});
+    drag({{295, 176 - size + 5}, {295, 176 - size}});
     EXPECT_NEAR(pane->offset, pane->max_scroll() * (1 - 5 / (172 - size)), 0.01);
 }
 
@@ -235,7 +211,6 @@ TEST_F(Frames, FocusRevealsThroughNestedPanes) {
     auto deep = probe_in(*inner, {0, 400, 100, 40});
     auto top = probe_in(*inner, {0, 0, 100, 40});
     run.frame();
-
     scene.focus(deep);
     EXPECT_EQ(inner->offset, 440 - 150);
     EXPECT_EQ(outer->offset, 300 + 440 - 290 - 180);
@@ -250,21 +225,19 @@ TEST_F(Frames, FocusRevealsThroughNestedPanes) {
     EXPECT_EQ(outer->offset, 270);
 }
 
-TEST_F(Frames, BreadcrumbClickSelectsAndArrowsPrepare) {
+TEST_F(Frames, BreadcrumbClickSelectsArrowsPrepareAndDragBarMovesItsParent) {
     auto crumbs = add<ui::Breadcrumb>(std::vector<std::string>{"Home", "Project", "Doc"});
     std::vector<int> chosen;
     crumbs->on_select = [&](int i) { chosen.push_back(i); };
-    ui::Event early = velmora::test::release_event({5, 5});
+    ui::Event early = release_event({5, 5});
     crumbs->event(early); // never painted: no starts, nothing to select
     EXPECT_FALSE(early.handled);
-
     run.frame();
     run.click({55, 18}); // the separator belongs to the item on its left
     run.click({100, 18});
     run.click({390, 18}); // past the last item
     EXPECT_EQ(chosen, (std::vector<int>{0, 1}));
     EXPECT_EQ(changes, 2);
-
     run.key(39);
     run.key(39);
     EXPECT_EQ(crumbs->active, 2);
@@ -272,15 +245,13 @@ TEST_F(Frames, BreadcrumbClickSelectsAndArrowsPrepare) {
     run.key(13);
     EXPECT_EQ(chosen.back(), 2);
     EXPECT_EQ(changes, 2);
-}
 
-TEST_F(Frames, DragBarMovesItsParent) {
     auto card = add<ui::Card>("Card");
     card->bounds = {100, 100, 300, 200};
     card->emplace<ui::DragBar>("grip")->bounds = {0, 0, 220, 36};
-    run.press({110, 110});
-    run.move({160, 130});
-    run.move({170, 130});
-    run.release({170, 130});
+    drag({{110, 110}, {160, 130}, {170, 130}});
     expect_rect(card->bounds, 160, 120, 300, 200);
 }
+
+} // namespace
+} // namespace velmora::test

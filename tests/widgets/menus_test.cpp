@@ -5,6 +5,8 @@
 #include "velmora/widgets/dialogs.hpp"
 #include "velmora/widgets/menus.hpp"
 
+#include "../thrown.hpp"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -12,9 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace ui = velmora::ui;
-using velmora::test::FrameDriver;
-
+namespace velmora::test {
 namespace {
 
 struct Menus : ::testing::Test {
@@ -25,24 +25,17 @@ struct Menus : ::testing::Test {
     Menus() { run.frame(); }
 };
 
-} // namespace
-
-TEST_F(Menus, HeightFollowsRowsUpToTheCap) {
+TEST_F(Menus, HeightFollowsRowsUpToTheCapAndSubmenusAreChecked) {
     menu->resize_menu();
     EXPECT_FLOAT_EQ(menu->bounds.h, 12);
-    EXPECT_EQ(menu->active, -1);
     for (int i = 0; i < 12; ++i) menu->item("row", {});
     EXPECT_FLOAT_EQ(menu->bounds.h, 420);
     menu->separator();
     EXPECT_FLOAT_EQ(menu->bounds.h, 420);
     EXPECT_EQ(menu->active, 0);
 
-    EXPECT_THROW(menu->submenu("self", menu), std::invalid_argument);
-    try {
-        menu->submenu("none", nullptr);
-    } catch (const std::invalid_argument& e) {
-        EXPECT_STREQ(e.what(), "Invalid submenu");
-    }
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { menu->submenu("self", menu); }), "Invalid submenu");
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { menu->submenu("none", nullptr); }), "Invalid submenu");
     EXPECT_EQ(menu->items.size(), 13u);
 }
 
@@ -50,7 +43,6 @@ TEST_F(Menus, KeyboardWalkSkipsDividersWrapsAndScrolls) {
     menu->separator();
     menu->disabled("off");
     menu->separator();
-    EXPECT_EQ(menu->active, -1);
     menu->move_active(+1);
     EXPECT_EQ(menu->active, -1); // nothing selectable
 
@@ -58,7 +50,7 @@ TEST_F(Menus, KeyboardWalkSkipsDividersWrapsAndScrolls) {
     long_menu->separator();
     for (int i = 0; i < 20; ++i) long_menu->item("row", {});
     EXPECT_EQ(long_menu->active, 1);
-    long_menu->move_active(-1); // wraps to the last, past nothing
+    long_menu->move_active(-1); // wraps to the last
     EXPECT_EQ(long_menu->active, 20);
     // Row 20 starts at 10 + 19 * 34; its bottom sits 12 above the panel's bottom.
     EXPECT_FLOAT_EQ(long_menu->scroll(), 10 + 19 * 34 + 34 - 420 + 12);
@@ -68,8 +60,7 @@ TEST_F(Menus, KeyboardWalkSkipsDividersWrapsAndScrolls) {
 }
 
 TEST_F(Menus, ChoosingFlipsTickClosesThenRunsAction) {
-    bool seen_checked = false;
-    bool seen_open = true;
+    bool seen_checked = false, seen_open = true;
     menu->checked("Wrap", false, [&] {
         seen_checked = menu->items[0].checked;
         seen_open = !scene.overlays().empty();
@@ -80,9 +71,8 @@ TEST_F(Menus, ChoosingFlipsTickClosesThenRunsAction) {
     EXPECT_TRUE(seen_checked);
     EXPECT_FALSE(seen_open);
 
-    // Escape isn't the menu's: the scene closes it.
     menu->open(scene, {10, 10}, false);
-    run.key(27);
+    run.key(27); // Escape isn't the menu's: the scene closes it
     EXPECT_TRUE(scene.overlays().empty());
 }
 
@@ -102,25 +92,24 @@ TEST_F(Menus, SubmenuReplacesItsParent) {
     EXPECT_TRUE(scene.overlays().empty());
 }
 
-TEST_F(Menus, PointerChoosesOnReleaseOnly) {
+TEST_F(Menus, PointerChoosesOnReleaseOnlyAndDropDownOpensBelow) {
     int runs = 0;
     menu->item("a", [&] { ++runs; });
     menu->separator();
     menu->item("b", [&] { ++runs; });
     menu->open(scene, {100, 100}, false);
-    run.move({120, 100 + 6 + 34 + 5}); // over the separator
+    const ui::Vec2 separator{120, 100 + 6 + 34 + 5}, b{120, 100 + 6 + 44 + 5};
+    run.move(separator);
     EXPECT_EQ(menu->active, 0);
-    run.click({120, 100 + 6 + 34 + 5});
+    run.click(separator);
     EXPECT_EQ(runs, 0);
     EXPECT_EQ(scene.overlays().size(), 1u);
-    run.press({120, 100 + 6 + 44 + 5});
+    run.press(b);
     EXPECT_EQ(runs, 0);
-    run.release({120, 100 + 6 + 44 + 5});
+    run.release(b);
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(menu->active, 2);
-}
 
-TEST_F(Menus, DropDownOpensBelowWithoutClicking) {
     auto drop = scene.root()->emplace<ui::DropDownMenu>("Menu");
     drop->bounds = {20, 30, 160, 36};
     drop->menu->item("x", {});
@@ -142,9 +131,7 @@ TEST_F(Menus, MessageBoxAnswersOnceAfterClosing) {
     box->open(scene);
     EXPECT_EQ(scene.focus(), box);
     run.key(13);
-    EXPECT_EQ(answers, (std::vector<bool>{true}));
     EXPECT_FALSE(open_during_answer);
-
     box->open(scene);
     run.key(27);
     EXPECT_EQ(answers, (std::vector<bool>{true, false}));
@@ -157,3 +144,6 @@ TEST_F(Menus, MessageBoxAnswersOnceAfterClosing) {
     EXPECT_EQ(answers.back(), true);
     EXPECT_TRUE(scene.overlays().empty());
 }
+
+} // namespace
+} // namespace velmora::test

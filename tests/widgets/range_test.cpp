@@ -15,12 +15,7 @@
 #include <string>
 #include <utility>
 
-namespace ui = velmora::ui;
-using velmora::test::command_kind;
-using velmora::test::FrameDriver;
-using velmora::test::TextLog;
-using velmora::test::thrown;
-
+namespace velmora::test {
 namespace {
 
 constexpr double bad = std::numeric_limits<double>::quiet_NaN();
@@ -37,6 +32,7 @@ template <class T> struct Rig {
         control->bounds = at;
         control->on_change = [this](ui::Widget&) { ++changes; };
         run.frame();
+        scene.focus(control);
     }
     void drag(ui::Vec2 from, ui::Vec2 to) {
         run.press(from);
@@ -45,12 +41,9 @@ template <class T> struct Rig {
     }
 };
 
-} // namespace
-
 TEST(Slider, ChecksItsProgrammingInterface) {
     EXPECT_EQ(thrown<std::invalid_argument>([] { ui::Slider s(bad); }), "Non-finite value");
     EXPECT_EQ(ui::Slider(7).value(), 1);
-
     ui::Slider s(0.5);
     int changes = 0;
     s.on_change = [&](ui::Widget&) { ++changes; };
@@ -60,23 +53,32 @@ TEST(Slider, ChecksItsProgrammingInterface) {
     EXPECT_EQ(thrown<std::invalid_argument>([&] { s.range(0, bad); }), "Slider range");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { s.step(0); }), "Slider step");
     EXPECT_EQ(changes, 0);
-
     s.range(0.75, 4); // the value is pulled into the new range, and that is a change
     EXPECT_EQ(s.value(), 0.75);
     s.value(0.75);
     EXPECT_EQ(changes, 1);
 }
 
-TEST(Slider, DragSnapsToTheGridAndReleaseKeepsTheValue) {
+TEST(Slider, DragSnapsToTheGridButKeysStepWithoutSnapping) {
     Rig<ui::Slider> rig({100, 100, 218, 36});
     rig.run.press({109 + 200 * 0.333f, 118});
     EXPECT_DOUBLE_EQ(rig.control->value(), 0.33);
     rig.run.move({109 + 200 * 0.9f, 300}); // leaving the control still drags
-    EXPECT_DOUBLE_EQ(rig.control->value(), 0.9);
-    rig.run.release({109, 118});
+    rig.run.release({109, 118});           // the release keeps the value
     rig.run.move({0, 0});
     EXPECT_FALSE(rig.control->dragging);
     EXPECT_DOUBLE_EQ(rig.control->value(), 0.9);
+
+    rig.control->value(0.005);
+    rig.changes = 0;
+    rig.run.key(39);
+    EXPECT_NEAR(rig.control->value(), 0.015, 1e-12);
+    for (unsigned k : {40u, 40u}) rig.run.key(k);
+    EXPECT_EQ(rig.control->value(), 0);
+    rig.run.key(35);
+    rig.run.key(38); // already at the end: no change
+    EXPECT_EQ(rig.control->value(), 1);
+    EXPECT_EQ(rig.changes, 4);
 
     rig.control->range(-10, 10);
     rig.control->step(5);
@@ -84,38 +86,16 @@ TEST(Slider, DragSnapsToTheGridAndReleaseKeepsTheValue) {
     EXPECT_EQ(rig.control->value(), 0);
 }
 
-TEST(Slider, KeysStepWithoutSnapping) {
-    Rig<ui::Slider> rig({0, 0, 218, 36});
-    rig.control->value(0.005);
-    rig.scene.focus(rig.control);
-    rig.run.key(39);
-    EXPECT_NEAR(rig.control->value(), 0.015, 1e-12);
-    rig.run.key(40);
-    rig.run.key(40);
-    EXPECT_EQ(rig.control->value(), 0);
-    rig.run.key(35);
-    rig.run.key(38); // already at the end: no change
-    EXPECT_EQ(rig.control->value(), 1);
-    EXPECT_EQ(rig.changes, 5);
-}
-
-TEST(ScrollBar, ThumbSizeAndPosition) {
-    Rig<ui::ScrollBar> rig({10, 20, 260, 18});
-    rig.control->value(0.5);
-    ui::Rect t = rig.control->thumb();
-    EXPECT_FLOAT_EQ(t.x, 10 + (260 - 78) * 0.5f);
-    EXPECT_FLOAT_EQ(t.w, 78);
-    EXPECT_FLOAT_EQ(t.y, 23); // inset 3 across the axis
-    EXPECT_FLOAT_EQ(t.h, 12);
-    rig.control->page = 0.0001f; // the thumb keeps a grip of 18
-    EXPECT_FLOAT_EQ(rig.control->thumb().w, 18);
-}
-
 TEST(ScrollBar, ThumbDragKeepsTheGrabAndTrackPressPages) {
     Rig<ui::ScrollBar> rig({0, 0, 260, 18});
+    rig.control->value(0.5);
+    ui::Rect t = rig.control->thumb();
+    EXPECT_FLOAT_EQ(t.x, (260 - 78) * 0.5f);
+    EXPECT_FLOAT_EQ(t.w, 78);
+    EXPECT_FLOAT_EQ(t.y, 3); // inset 3 across the axis
+    rig.control->value(0);
     rig.drag({10, 9}, {10 + 91, 9}); // grabbed 10 into the thumb, moved half the free length
     EXPECT_NEAR(rig.control->value(), 0.5, 1e-6);
-
     rig.run.click({250, 9}); // beyond the thumb: a page on
     EXPECT_NEAR(rig.control->value(), 0.8, 1e-6);
     rig.run.click({5, 9});
@@ -126,44 +106,26 @@ TEST(ScrollBar, ThumbDragKeepsTheGrabAndTrackPressPages) {
     rig.control->page = 1; // the thumb fills the track: nothing to drag
     rig.drag({100, 9}, {200, 9});
     EXPECT_NEAR(rig.control->value(), 0.4, 1e-6);
+    rig.control->page = 0.0001f; // the thumb keeps a grip of 18
+    EXPECT_FLOAT_EQ(rig.control->thumb().w, 18);
+
+    Rig<ui::ScrollBar> vertical({0, 0, 18, 180}, true); // Down moves towards the end
+    vertical.run.key(40);
+    EXPECT_NEAR(vertical.control->value(), 0.05, 1e-6);
+    vertical.run.key(34);
+    EXPECT_NEAR(vertical.control->value(), 0.35, 1e-6);
 }
 
-TEST(ScrollBar, VerticalDownMovesTowardsTheEnd) {
-    Rig<ui::ScrollBar> rig({0, 0, 18, 180}, true);
-    rig.scene.focus(rig.control);
-    rig.run.key(40);
-    EXPECT_NEAR(rig.control->value(), 0.05, 1e-6);
-    rig.run.key(34);
-    EXPECT_NEAR(rig.control->value(), 0.35, 1e-6);
-}
-
-TEST(RangeSlider, ValuesKeepLowBelowHigh) {
-    ui::RangeSlider r;
-    int changes = 0;
-    r.on_change = [&](ui::Widget&) { ++changes; };
-    r.values(0.8, 0.2);
-    EXPECT_EQ(r.low, 0.8);
-    EXPECT_EQ(r.high, 0.8);
-    r.values(-3, 9);
-    EXPECT_EQ(r.low, 0);
-    EXPECT_EQ(r.high, 1);
-    r.values(0, 1);
-    EXPECT_EQ(changes, 2);
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { r.values(bad, 1); }), "Range value");
-}
-
-TEST(RangeSlider, PressTakesTheNearerThumb) {
+TEST(RangeSlider, ValuesKeepLowBelowHighAndPressTakesTheNearerThumb) {
     Rig<ui::RangeSlider> rig({0, 0, 218, 36}); // low at x 59, high at x 159
     rig.drag({150, 18}, {9 + 200 * 0.9f, 18});
     EXPECT_EQ(rig.control->active, 1);
     EXPECT_DOUBLE_EQ(rig.control->high, 0.9);
     EXPECT_EQ(rig.control->low, 0.25);
-
     rig.drag({40, 18}, {9 + 200 * 0.95f, 18}); // the low thumb stops at the high one
     EXPECT_EQ(rig.control->active, 0);
     EXPECT_DOUBLE_EQ(rig.control->low, 0.9);
     EXPECT_DOUBLE_EQ(rig.control->high, 0.9);
-
     rig.run.click({9 + 200 * 0.95f, 18}); // coinciding thumbs: the pointer's side decides
     EXPECT_EQ(rig.control->active, 1);
     rig.control->values(1, 1);
@@ -171,13 +133,23 @@ TEST(RangeSlider, PressTakesTheNearerThumb) {
     EXPECT_EQ(rig.control->active, 0);
 
     rig.control->values(0.2, 0.6);
-    rig.scene.focus(rig.control);
     rig.run.key(37); // keys move the active thumb
     EXPECT_NEAR(rig.control->low, 0.19, 1e-12);
     EXPECT_EQ(rig.control->high, 0.6);
+
+    rig.changes = 0;
+    rig.control->values(0.8, 0.2);
+    EXPECT_EQ(rig.control->low, 0.8);
+    EXPECT_EQ(rig.control->high, 0.8);
+    rig.control->values(-3, 9);
+    EXPECT_EQ(rig.control->low, 0);
+    EXPECT_EQ(rig.control->high, 1);
+    rig.control->values(0, 1);
+    EXPECT_EQ(rig.changes, 2);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { rig.control->values(bad, 1); }), "Range value");
 }
 
-TEST(Progress, ClampsAndCaptionsDifferently) {
+TEST(Progress, ClampsCaptionsDifferentlyAndSpinsByTheClockOnly) {
     EXPECT_EQ(thrown<std::invalid_argument>([] { ui::ProgressBar p(bad); }), "Progress value");
     ui::ProgressBar bar(0.3);
     EXPECT_EQ(thrown<std::invalid_argument>([&] { bar.value(bad); }), "Progress value");
@@ -191,22 +163,12 @@ TEST(Progress, ClampsAndCaptionsDifferently) {
     ui::Scene scene;
     scene.root()->emplace<ui::ProgressBar>(0.655);
     scene.root()->emplace<ui::RingProgress>(0.655)->bounds.y = 40;
-    ui::Canvas canvas;
-    TextLog log;
-    canvas.begin(800, 600, scene.theme);
-    canvas.renderer(&log);
-    scene.frame(canvas, {}, 1);
-    ASSERT_EQ(log.entries.size(), 2u);
-    EXPECT_EQ(log.entries[0].text, "66%"); // the bar rounds
-    EXPECT_EQ(log.entries[1].text, "65%"); // the ring truncates
-}
-
-TEST(Progress, SpinnerAngleComesFromTheClockOnly) {
-    ui::Scene scene;
     scene.root()->emplace<ui::SpinnerIndicator>()->speed = 2;
+    TextLog log;
     auto arc_start = [&](double time) {
         ui::Canvas canvas;
         canvas.begin(800, 600, scene.theme);
+        canvas.renderer(&log);
         scene.frame(canvas, {}, time);
         float start = -1;
         for (const auto& c : canvas.commands())
@@ -214,5 +176,11 @@ TEST(Progress, SpinnerAngleComesFromTheClockOnly) {
         return start;
     };
     EXPECT_NEAR(arc_start(0.125), 0.25, 1e-6);
+    ASSERT_EQ(log.entries.size(), 2u);
+    EXPECT_EQ(log.entries[0].text, "66%"); // the bar rounds
+    EXPECT_EQ(log.entries[1].text, "65%"); // the ring truncates
     EXPECT_NEAR(arc_start(3.125), 0.25, 1e-6);
 }
+
+} // namespace
+} // namespace velmora::test
