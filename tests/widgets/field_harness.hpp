@@ -1,7 +1,5 @@
 // Shared set-up of the text field tests: a scene with one field in it, driven frame by frame.
-//
-// Without a renderer every code point is 0.6 em wide, 8.4 units at the default font size,
-// so `at(k)` is a point over the left half of the k-th code point of a single-line field.
+// Without a renderer every code point is 0.6 em wide, 8.4 units at the default font size.
 #pragma once
 
 #include "../scene/frame_driver.hpp"
@@ -35,7 +33,7 @@ template <class Field> struct FieldScene {
         run.frame();
     }
 
-    // Over the k-th code point of row `row`, left of its middle.
+    // Over the left half of the k-th code point of row `row`.
     ui::Vec2 at(int k, int row = 0) const {
         const auto& b = field->screen_bounds;
         const float y = field->multi_line ? b.y + 8 + 22.0f * static_cast<float>(row - field->first_row) + 5
@@ -58,6 +56,9 @@ template <class Field> struct FieldScene {
         in.redo = ctrl && (code == 89 || (code == 90 && shift));
         run.frame(in);
     }
+    void keys(std::initializer_list<unsigned> codes, bool ctrl = false, bool shift = false) {
+        for (unsigned code : codes) key(code, ctrl, shift);
+    }
 
     void paste(std::string text) {
         ui::Input in;
@@ -65,17 +66,9 @@ template <class Field> struct FieldScene {
         run.frame(in);
     }
 
-    // A press with Shift held, released in the same frame.
-    void shift_click(ui::Vec2 p) {
-        run.state.mouse = p;
-        ui::Input in;
-        in.mouse_pressed = in.mouse_released = true;
-        in.shift = true;
-        run.frame(in);
-    }
-
-    // Two presses within the double-click time.
+    // Two presses within the double-click time, and none of the presses before.
     void double_click(ui::Vec2 p) {
+        pause();
         run.click(p);
         run.click(p);
     }
