@@ -1,3 +1,5 @@
+// Canvas: argument checks and their messages, the slots each call writes, clips, the command
+// limit, text without and with an engine, and that a repeated frame allocates nothing.
 #include "velmora/core/canvas.hpp"
 
 #include "../thrown.hpp"
@@ -7,9 +9,11 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <initializer_list>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 using namespace velmora::ui;
 using velmora::test::thrown;
@@ -36,6 +40,19 @@ Canvas begun(float w = 200, float h = 100, Theme t = {}) {
 
 const float* last(const Canvas& c) { return c.commands().back().slot; }
 
+// Pairs of slot index and expected value.
+void expect_slots(const float* s, std::initializer_list<float> pairs) {
+    for (auto p = pairs.begin(); p + 1 < pairs.end(); p += 2)
+        EXPECT_FLOAT_EQ(s[int(p[0])], p[1]) << "slot " << p[0];
+}
+
+void expect_rect(Rect r, Rect want) {
+    EXPECT_EQ(r.x, want.x);
+    EXPECT_EQ(r.y, want.y);
+    EXPECT_EQ(r.w, want.w);
+    EXPECT_EQ(r.h, want.h);
+}
+
 } // namespace
 
 TEST(Canvas, BeginChecksSizesThenTheme) {
@@ -56,30 +73,19 @@ TEST(Canvas, AddWritesColourClipAndThemeSlots) {
     t.text_contrast = 1.5f;
     Canvas c = begun(200, 100, t);
     Command& cmd = c.add(kind_ring, {1, 2, 3, 4}, 0x80FF4000);
-    EXPECT_EQ(cmd.slot[0], 3);
-    EXPECT_EQ(cmd.slot[1], 1);
-    EXPECT_EQ(cmd.slot[4], 4);
-    EXPECT_FLOAT_EQ(cmd.slot[6], 1);
-    EXPECT_FLOAT_EQ(cmd.slot[7], 64 / 255.0f);
-    EXPECT_FLOAT_EQ(cmd.slot[8], 0);
-    EXPECT_FLOAT_EQ(cmd.slot[9], 128 / 255.0f);
-    EXPECT_EQ(cmd.slot[20], 200);
-    EXPECT_EQ(cmd.slot[21], 100);
-    EXPECT_EQ(cmd.slot[27], 1);
-    EXPECT_EQ(cmd.slot[45], 1.5f);
+    expect_slots(cmd.slot, {0,  3,   1,  1,   4,  4, 6,  1,   7, 64 / 255.0f, 8, 0, 9, 128 / 255.0f,
+                            20, 200, 21, 100, 27, 1, 45, 1.5f});
     for (int i = 46; i < 64; ++i) EXPECT_EQ(cmd.slot[i], 0) << i;
-}
-
-TEST(Canvas, TextureNameTravelsAsBits) {
-    Command cmd;
     cmd.texture(0xFFFFFFFEu); // a NaN pattern as a float; must survive untouched
     EXPECT_EQ(cmd.texture(), 0xFFFFFFFEu);
 }
 
-TEST(Canvas, CommandLimitAcceptsThe65536th) {
+TEST(Canvas, CommandLimitAcceptsThe65536thAndARefusedPushLeavesTheClipStack) {
     Canvas c = begun();
     for (int i = 0; i < 65536; ++i) c.add(kind_shape, {}, 0);
     EXPECT_EQ(thrown<std::length_error>([&] { c.add(kind_shape, {}, 0); }), "65536 command limit");
+    EXPECT_EQ(thrown<std::length_error>([&] { c.push_clip({0, 0, 1, 1}, 0); }), "65536 command limit");
+    EXPECT_EQ(c.clip_depth(), 0u); // no pop record could ever balance a push without its record
     EXPECT_EQ(c.commands().size(), 65536u);
     c.begin(10, 10, {});
     EXPECT_TRUE(c.commands().empty());
@@ -104,32 +110,10 @@ TEST(Canvas, RoundingHandlesAndCubicFlag) {
     circles.corner_smoothing = 1;
     Canvas d = begun(200, 100, circles);
     d.fill({0, 0, 40, 40}, 0, 5);
-    EXPECT_EQ(last(d)[44], 0.0f);
-    EXPECT_FLOAT_EQ(last(d)[32], 1.0f);
+    expect_slots(last(d), {44, 0, 32, 1});
 }
 
-TEST(Canvas, BadRadiusLeavesTheHalfFilledCommand) {
-    Canvas c = begun();
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.fill({0, 0, 4, 4}, 0, 4097); }), "corner radius");
-    EXPECT_EQ(c.commands().size(), 1u);
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.push_clip({0, 0, 4, 4}, -1); }), "corner radius");
-    EXPECT_EQ(c.clip_depth(), 1u);
-}
-
-TEST(Canvas, StrokeChecksThicknessFirst) {
-    Canvas c = begun();
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.stroke({0, 0, -1, 4}, 0, NAN, 2); }), "stroke thickness");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.stroke({0, 0, -1, 4}, 0, 1, 2); }), "Invalid rectangle");
-    EXPECT_TRUE(c.commands().empty());
-    c.stroke({1, 2, 30, 40}, 0xFF102030, 0, 3);
-    c.fill({1, 2, 30, 40}, 0xFF102030, 3);
-    const auto& cmds = c.commands();
-    for (int i = 0; i < 64; ++i) EXPECT_EQ(cmds[0].slot[i], cmds[1].slot[i]) << i;
-    c.stroke({1, 2, 30, 40}, 0, 2.5f, 3);
-    EXPECT_EQ(last(c)[10], 2.5f);
-}
-
-TEST(Canvas, RectangleChecks) {
+TEST(Canvas, ArgumentsAreCheckedInOrderWithTheirMessages) {
     Canvas c = begun();
     const Rect bad[] = {{NAN, 0, 1, 1}, {0, INFINITY, 1, 1}, {0, 0, -1, 1}, {0, 0, 1, -0.5f}};
     for (Rect r : bad) {
@@ -137,8 +121,47 @@ TEST(Canvas, RectangleChecks) {
         EXPECT_EQ(thrown<std::invalid_argument>([&] { c.glass(r, {}, 0); }), "Invalid rectangle");
         EXPECT_EQ(thrown<std::invalid_argument>([&] { c.clip(r); }), "Invalid rectangle");
     }
-    c.fill({-50, -50, 0, 0}, 0, 0); // negative positions and empty sizes are fine
+    Theme tinted;
+    tinted.tint = 2;
+    auto refused = [](const char* message, auto call) {
+        EXPECT_EQ(thrown<std::invalid_argument>(call), message);
+    };
+    refused("stroke thickness", [&] { c.stroke({0, 0, -1, 4}, 0, NAN, 2); }); // before the rectangle
+    refused("Invalid rectangle", [&] { c.stroke({0, 0, -1, 4}, 0, 1, 2); });
+    refused("tint", [&] { c.glass({0, 0, 1, 1}, tinted, 0); });
+    refused("line thickness", [&] { c.line({0, 0}, {1, 1}, 0, -1); });
+    refused("Line endpoints", [&] { c.line({0, NAN}, {1, 1}, 0, 1); });
+    refused("Invalid rectangle", [&] { c.ring({0, 0, -1, 1}, 0, NAN, 2, 0); });
+    refused("ring thickness", [&] { c.ring({0, 0, 1, 1}, 0, 4097, 2, 0); });
+    refused("ring progress", [&] { c.ring({0, 0, 1, 1}, 0, 1, 1.01f, 0); });
+    refused("ring start", [&] { c.ring({0, 0, 1, 1}, 0, 1, 1, -32769); });
+    refused("hue", [&] { c.color_plane({0, 0, 1, 1}, 1.5f); });
+    refused("text size", [&] { c.text("x", {}, 0.5f, 0, 400); });
+    refused("text size", [&] { (void)c.text_width("x", 257, 400); });
+    EXPECT_TRUE(c.commands().empty());
+
+    // The radius is checked once the command is in: a bad one leaves it half filled.
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.fill({0, 0, 4, 4}, 0, 4097); }), "corner radius");
     EXPECT_EQ(c.commands().size(), 1u);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.push_clip({0, 0, 4, 4}, -1); }), "corner radius");
+    EXPECT_EQ(c.clip_depth(), 1u);
+    c.fill({-50, -50, 0, 0}, 0, 0); // negative positions and empty sizes are fine
+    EXPECT_EQ(c.commands().size(), 3u);
+}
+
+TEST(Canvas, StrokeLineRingAndPlaneSlots) {
+    Canvas c = begun();
+    c.stroke({1, 2, 30, 40}, 0xFF102030, 0, 3);
+    c.fill({1, 2, 30, 40}, 0xFF102030, 3);
+    for (int i = 0; i < 64; ++i) EXPECT_EQ(c.commands()[0].slot[i], c.commands()[1].slot[i]) << i;
+    c.stroke({1, 2, 30, 40}, 0, 2.5f, 3);
+    EXPECT_EQ(last(c)[10], 2.5f);
+    c.line({10, 10}, {0, 0}, 0xFFFFFFFF, 2);
+    expect_slots(last(c), {3, -10, 4, -10, 10, 2});
+    c.ring({0, 0, 20, 20}, 0, 3, 0.25f, -32768);
+    expect_slots(last(c), {11, 0.25f, 12, -32768});
+    c.color_plane({0, 0, 10, 10}, 0.5f);
+    expect_slots(last(c), {0, 5, 11, 0.5f});
 }
 
 TEST(Canvas, GlassCarriesItsOwnMaterial) {
@@ -149,37 +172,30 @@ TEST(Canvas, GlassCarriesItsOwnMaterial) {
     g.antialiasing = 0;
     g.highlight = 0x80FF0000;
     c.glass({10, 10, 100, 50}, g, 12);
-    const float* s = last(c);
-    EXPECT_EQ(s[0], 0);
-    EXPECT_FLOAT_EQ(s[9], 128 / 255.0f); // alpha from surface_opacity, rounded
-    EXPECT_FLOAT_EQ(s[6], 0x22 / 255.0f);
-    EXPECT_EQ(s[22], 0);
-    EXPECT_EQ(s[23], 30);
-    EXPECT_EQ(s[24], 1);
-    EXPECT_EQ(s[25], 0);
-    EXPECT_FLOAT_EQ(s[26], 1.2f);
-    EXPECT_EQ(s[27], 0); // the glass theme's mode, not the canvas's
-    EXPECT_FLOAT_EQ(s[36], 1);
-    EXPECT_FLOAT_EQ(s[39], 128 / 255.0f);
-    EXPECT_FLOAT_EQ(s[43], 1);
-    Theme bad;
-    bad.tint = 2;
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.glass({0, 0, 1, 1}, bad, 0); }), "tint");
+    // Alpha from surface_opacity, rounded; slot 27 is the glass theme's mode, not the canvas's.
+    expect_slots(last(c), {0,  0,
+                           6,  0x22 / 255.0f,
+                           9,  128 / 255.0f,
+                           22, 0,
+                           23, 30,
+                           24, 1,
+                           25, 0,
+                           26, 1.2f,
+                           27, 0,
+                           36, 1,
+                           39, 128 / 255.0f,
+                           43, 1});
 }
 
 TEST(Canvas, ShapedClipsNestAndBalance) {
     Canvas c = begun(200, 100);
     EXPECT_EQ(thrown<std::logic_error>([&] { c.pop_clip(); }), "Clip stack underflow");
     c.push_clip({10, 10, 50, 50}, 8);
-    EXPECT_EQ(last(c)[0], 10);
-    EXPECT_EQ(last(c)[20], 200); // the push carries the clip from before it
-    EXPECT_EQ(c.clip().x, 10);
-    EXPECT_EQ(c.clip().w, 50);
+    expect_slots(last(c), {0, 10, 20, 200}); // the push carries the clip from before it
+    expect_rect(c.clip(), {10, 10, 50, 50});
     c.pop_clip();
-    EXPECT_EQ(last(c)[0], 11);
-    EXPECT_EQ(last(c)[20], 50); // and the pop the inner one
-    EXPECT_EQ(last(c)[3], 0);
-    EXPECT_EQ(c.clip().w, 200);
+    expect_slots(last(c), {0, 11, 20, 50, 3, 0}); // and the pop the inner one
+    expect_rect(c.clip(), {0, 0, 200, 100});
 
     for (int i = 0; i < 32; ++i) c.push_clip({0, 0, 100, 100}, 0);
     EXPECT_EQ(thrown<std::length_error>([&] { c.push_clip({0, 0, 1, 1}, 0); }), "32 shaped clip limit");
@@ -189,52 +205,13 @@ TEST(Canvas, ShapedClipsNestAndBalance) {
 TEST(Canvas, ClipReplacesAndCutsToCanvas) {
     Canvas c = begun(200, 100);
     c.clip({-10, 20, 50, 500});
-    EXPECT_EQ(c.clip().x, 0);
-    EXPECT_EQ(c.clip().w, 40);
-    EXPECT_EQ(c.clip().h, 80);
+    expect_rect(c.clip(), {0, 20, 40, 80});
     c.clip({300, 0, 20, 20});
     EXPECT_EQ(c.clip().w, 0);
     c.clip({0, 0, 1000, 1000}); // no intersection with the previous clip: it widens again
     EXPECT_EQ(c.clip().w, 200);
     c.backdrop();
-    EXPECT_EQ(last(c)[0], 9);
-    EXPECT_EQ(last(c)[6], 1);
-}
-
-TEST(Canvas, LineRingAndPlaneChecks) {
-    Canvas c = begun();
-    c.line({10, 10}, {0, 0}, 0xFFFFFFFF, 2);
-    EXPECT_EQ(last(c)[3], -10);
-    EXPECT_EQ(last(c)[4], -10);
-    EXPECT_EQ(last(c)[10], 2);
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.line({0, 0}, {1, 1}, 0, -1); }), "line thickness");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.line({0, NAN}, {1, 1}, 0, 1); }), "Line endpoints");
-
-    EXPECT_EQ(thrown<std::invalid_argument>([&] {
-                  c.ring({0, 0, -1, 1}, 0, NAN, 2, 0);
-              }),
-              "Invalid rectangle");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.ring({0, 0, 1, 1}, 0, 4097, 2, 0); }), "ring thickness");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.ring({0, 0, 1, 1}, 0, 1, 1.01f, 0); }), "ring progress");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.ring({0, 0, 1, 1}, 0, 1, 1, -32769); }), "ring start");
-    c.ring({0, 0, 20, 20}, 0, 3, 0.25f, -32768);
-    EXPECT_EQ(last(c)[11], 0.25f);
-    EXPECT_EQ(last(c)[12], -32768);
-
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.color_plane({0, 0, 1, 1}, 1.5f); }), "hue");
-    c.color_plane({0, 0, 10, 10}, 0.5f);
-    EXPECT_EQ(last(c)[0], 5);
-    EXPECT_EQ(last(c)[11], 0.5f);
-}
-
-TEST(Canvas, TextWithoutRendererMeasuresByEstimate) {
-    Canvas c = begun();
-    c.text("通知", {0, 0}, 10, 0xFFFFFFFF, 400);
-    EXPECT_TRUE(c.commands().empty());
-    EXPECT_EQ(c.text_width("通知", 10, 400), 12);
-    EXPECT_FLOAT_EQ(c.text_width("a\nb", 10, 400), 18); // line feeds count as code points
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { c.text("x", {}, 0.5f, 0, 400); }), "text size");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { (void)c.text_width("x", 257, 400); }), "text size");
+    expect_slots(last(c), {0, 9, 6, 1});
 }
 
 namespace {
@@ -248,9 +225,14 @@ struct FakeText : TextEngine {
 };
 } // namespace
 
-TEST(Canvas, TextGoesThroughTheBoundEngine) {
-    FakeText engine;
+TEST(Canvas, TextMeasuresByEstimateUntilAnEngineIsBound) {
     Canvas c = begun();
+    c.text("通知", {0, 0}, 10, 0xFFFFFFFF, 400);
+    EXPECT_TRUE(c.commands().empty());
+    EXPECT_EQ(c.text_width("通知", 10, 400), 12);
+    EXPECT_FLOAT_EQ(c.text_width("a\nb", 10, 400), 18); // line feeds count as code points
+
+    FakeText engine;
     c.renderer(&engine);
     c.text("abc", {3, 4}, 12, 0xFFFFFFFF, 600);
     EXPECT_EQ(engine.drawn, 1);

@@ -2,6 +2,8 @@
 #include "gpu_fixture.hpp"
 
 #include <cstdlib>
+#include <initializer_list>
+#include <utility>
 
 namespace velmora::test {
 namespace {
@@ -9,6 +11,7 @@ namespace {
 constexpr Rgba black{0, 0, 0, 255};
 constexpr Rgba white{255, 255, 255, 255};
 constexpr Rgba red{255, 0, 0, 255};
+constexpr unsigned opaque_red = 0xFFFF0000u, opaque_white = 0xFFFFFFFFu;
 
 // Colour channels within a tolerance; the shaders' coverage is analytic, not exact.
 ::testing::AssertionResult near(Rgba actual, Rgba expected, int tolerance = 2) {
@@ -21,32 +24,45 @@ constexpr Rgba red{255, 0, 0, 255};
     return ::testing::AssertionSuccess();
 }
 
+void expect_at(const Image& image, Rgba expected, std::initializer_list<std::pair<int, int>> points,
+               int tolerance = 2) {
+    for (auto [x, y] : points)
+        EXPECT_TRUE(near(image.at(x, y), expected, tolerance)) << "at " << x << "," << y;
+}
+
+ui::Theme clear_glass(float refraction) {
+    ui::Theme theme = ui::Theme::liquid();
+    theme.antialiasing = 1;
+    theme.refraction = refraction;
+    theme.shine = 0;
+    theme.dispersion = 0;
+    return theme;
+}
+
 class PixelTest : public GpuTest {
 protected:
+    // One frame on a black back buffer: what `draw` records, submitted and read back.
+    template <class Draw> Image frame(Draw draw, const ui::Theme& theme = analytic(), float sigma = 0) {
+        restart(theme);
+        draw();
+        submit(sigma);
+        return read();
+    }
     // Stripes along x behind a glass box, so a displacement along the contour normal shows.
     void stripes() {
-        for (int x = 0; x < size; x += 6) canvas.fill({float(x), 0, 3, size}, 0xFFFFFFFFu, 0);
+        for (int x = 0; x < size; x += 6) canvas.fill({float(x), 0, 3, size}, opaque_white, 0);
     }
 };
 
 TEST_F(PixelTest, FilledRoundedBoxCoversItsBodyButNotItsCorners) {
-    canvas.fill({16, 16, 96, 96}, 0xFFFF0000u, 24);
-    submit();
-    Image image = read();
-    EXPECT_TRUE(near(image.at(64, 64), red));
-    EXPECT_TRUE(near(image.at(16, 64), red));   // first column of the straight side
-    EXPECT_TRUE(near(image.at(64, 111), red));  // last row
-    EXPECT_TRUE(near(image.at(15, 64), black)); // just outside
-    EXPECT_TRUE(near(image.at(112, 64), black));
-    EXPECT_TRUE(near(image.at(17, 17), black)); // cut away by the corner
-    EXPECT_TRUE(near(image.at(109, 110), black));
-    EXPECT_TRUE(near(image.at(30, 30), red)); // inside the corner's curve
+    auto box = [&] { canvas.fill({16, 16, 96, 96}, opaque_red, 24); };
+    Image image = frame(box);
+    // The first column and last row are in, the pixels just past them and the corners are out.
+    expect_at(image, red, {{64, 64}, {16, 64}, {64, 111}, {30, 30}});
+    expect_at(image, black, {{15, 64}, {112, 64}, {17, 17}, {109, 110}});
 
     // HIGH coverage spreads an edge over neighbouring pixels without losing any of it.
-    restart(ui::Theme{});
-    canvas.fill({16, 16, 96, 96}, 0xFFFF0000u, 24);
-    submit();
-    image = read();
+    image = frame(box, ui::Theme{});
     EXPECT_GT(image.at(15, 64)[0], 0);
     EXPECT_LT(image.at(16, 64)[0], 255);
     EXPECT_NEAR(image.at(15, 64)[0] + image.at(16, 64)[0], 255, 2);
@@ -59,129 +75,88 @@ TEST_F(PixelTest, CubicCornersFollowTheHandleCircularOnesDoNot) {
         ui::Theme theme = analytic();
         theme.cubic_corners = cubic;
         theme.corner_smoothing = 1;
-        restart(theme);
-        canvas.fill({16, 16, 96, 96}, 0xFFFF0000u, 24);
-        submit();
-        return read();
+        return frame([&] { canvas.fill({16, 16, 96, 96}, opaque_red, 24); }, theme);
     };
     Image cubic = corner(true);
     Image circle = corner(false);
-    EXPECT_TRUE(near(cubic.at(20, 20), red));
-    EXPECT_TRUE(near(circle.at(20, 20), black));
-    EXPECT_TRUE(near(circle.at(24, 24), red));
-    EXPECT_TRUE(near(cubic.at(17, 17), black)); // the corner point itself stays cut
+    expect_at(cubic, red, {{20, 20}});
+    expect_at(cubic, black, {{17, 17}}); // the corner point itself stays cut
+    expect_at(circle, black, {{20, 20}});
+    expect_at(circle, red, {{24, 24}});
 }
 
 TEST_F(PixelTest, ScaleMapsLogicalUnitsOntoPixels) {
     canvas.begin(64, 64, analytic());
-    canvas.fill({16, 0, 16, 64}, 0xFFFF0000u, 0);
+    canvas.fill({16, 0, 16, 64}, opaque_red, 0);
     submit(0, size);
     Image image = read();
-    EXPECT_TRUE(near(image.at(31, 64), black));
-    EXPECT_TRUE(near(image.at(32, 64), red));
-    EXPECT_TRUE(near(image.at(63, 64), red));
-    EXPECT_TRUE(near(image.at(64, 64), black));
+    expect_at(image, black, {{31, 64}, {64, 64}});
+    expect_at(image, red, {{32, 64}, {63, 64}});
 }
 
-TEST_F(PixelTest, StrokeStaysInsideItsContour) {
-    canvas.stroke({16, 16, 96, 96}, 0xFFFFFFFFu, 4, 0);
-    submit();
-    Image image = read();
-    EXPECT_TRUE(near(image.at(15, 64), black));
-    EXPECT_TRUE(near(image.at(16, 64), white));
-    EXPECT_TRUE(near(image.at(19, 64), white));
-    EXPECT_TRUE(near(image.at(20, 64), black));
-    EXPECT_TRUE(near(image.at(111, 64), white));
-    EXPECT_TRUE(near(image.at(112, 64), black));
-    EXPECT_TRUE(near(image.at(64, 64), black));
+TEST_F(PixelTest, StrokeStaysInsideItsContourAndLinesHaveRoundCaps) {
+    Image image = frame([&] { canvas.stroke({16, 16, 96, 96}, opaque_white, 4, 0); });
+    expect_at(image, white, {{16, 64}, {19, 64}, {111, 64}});
+    expect_at(image, black, {{15, 64}, {20, 64}, {112, 64}, {64, 64}});
+
+    image = frame([&] { canvas.line({32, 64}, {96, 64}, opaque_white, 8); });
+    // (98, 64) lies in the cap beyond the end point; a square cap would also cover (99, 60).
+    expect_at(image, white, {{64, 64}, {64, 61}, {98, 64}});
+    expect_at(image, black, {{64, 69}, {101, 64}, {99, 60}, {28, 67}});
 }
 
-TEST_F(PixelTest, ShapedClipsHideWhatLiesOutsideThem) {
+TEST_F(PixelTest, ShapedClipsAndTheHostScissorHideWhatLiesOutsideThem) {
     const ui::Rect everything{0, 0, size, size};
     // The scissor is widened again after each push so that only the shaped clip can hide.
-    canvas.push_clip({32, 32, 0, 64}, 0);
-    canvas.clip(everything);
-    canvas.fill(everything, 0xFFFF0000u, 0);
-    canvas.pop_clip();
-    submit();
-    Image image = read();
-    EXPECT_TRUE(near(image.at(32, 64), black));
-    EXPECT_TRUE(near(image.at(64, 64), black));
+    auto clipped = [&](ui::Rect clip, float radius) {
+        return frame([&] {
+            canvas.push_clip(clip, radius);
+            canvas.clip(everything);
+            canvas.fill(everything, opaque_red, 0);
+            canvas.pop_clip();
+            canvas.fill({0, 0, 8, 8}, opaque_white, 0); // after the pop nothing clips
+        });
+    };
+    expect_at(clipped({32, 32, 0, 64}, 0), black, {{32, 64}, {64, 64}});
+    Image image = clipped({32, 32, 64, 64}, 32);
+    expect_at(image, red, {{64, 64}, {34, 64}});
+    expect_at(image, black, {{36, 36}, {20, 64}}); // (36, 36) is outside the round clip, inside its box
+    expect_at(image, white, {{4, 4}});
 
-    restart();
-    canvas.push_clip({32, 32, 64, 64}, 32);
-    canvas.clip(everything);
-    canvas.fill(everything, 0xFFFF0000u, 0);
-    canvas.pop_clip();
-    canvas.fill({0, 0, 8, 8}, 0xFFFFFFFFu, 0); // after the pop nothing clips
-    submit();
-    image = read();
-    EXPECT_TRUE(near(image.at(64, 64), red));
-    EXPECT_TRUE(near(image.at(34, 64), red));
-    EXPECT_TRUE(near(image.at(36, 36), black)); // outside the round clip, inside its box
-    EXPECT_TRUE(near(image.at(20, 64), black));
-    EXPECT_TRUE(near(image.at(4, 4), white));
-}
-
-TEST_F(PixelTest, HostScissorLimitsTheFrame) {
-    glEnable(GL_SCISSOR_TEST);
-    glScissor(0, 0, size / 2, size); // the left half, in GL's bottom-up axes
-    canvas.fill({0, 0, size, size}, 0xFFFF0000u, 0);
-    submit();
+    image = frame([&] {
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(0, 0, size / 2, size); // the left half, in GL's bottom-up axes
+        canvas.fill(everything, opaque_red, 0);
+    });
     glDisable(GL_SCISSOR_TEST);
-    Image image = read();
-    EXPECT_TRUE(near(image.at(10, 10), red));
-    EXPECT_TRUE(near(image.at(100, 10), black));
+    expect_at(image, red, {{10, 10}});
+    expect_at(image, black, {{100, 10}});
 }
 
 TEST_F(PixelTest, ClosedAndPartialRings) {
+    auto ring = [&](float progress) {
+        return frame([&] { canvas.ring({32, 32, 64, 64}, opaque_white, 6, progress, 0); });
+    };
     // Thickness 6 on a 64 box: the ring's centre line has radius 32 - 3 - 1 = 28.
-    canvas.ring({32, 32, 64, 64}, 0xFFFFFFFFu, 6, 1, 0);
-    submit();
-    Image image = read();
-    for (auto [x, y] : {std::pair{64, 36}, {92, 64}, {64, 92}, {36, 64}})
-        EXPECT_TRUE(near(image.at(x, y), white));
-    EXPECT_TRUE(near(image.at(64, 64), black));
-    EXPECT_TRUE(near(image.at(64, 43), black));
+    Image image = ring(1);
+    expect_at(image, white, {{64, 36}, {92, 64}, {64, 92}, {36, 64}});
+    expect_at(image, black, {{64, 64}, {64, 43}});
 
-    // A quarter turn clockwise from the top, with round ends.
-    restart();
-    canvas.ring({32, 32, 64, 64}, 0xFFFFFFFFu, 6, 0.25f, 0);
-    submit();
-    image = read();
-    EXPECT_TRUE(near(image.at(83, 44), white)); // 45 degrees into the sweep
-    EXPECT_TRUE(near(image.at(64, 92), black)); // opposite side
-    EXPECT_TRUE(near(image.at(36, 64), black));
-    EXPECT_TRUE(near(image.at(62, 36), white)); // the round cap reaches back past the start
-    EXPECT_TRUE(near(image.at(58, 36), black));
+    // A quarter turn clockwise from the top, with round ends: 45 degrees into the sweep and the
+    // cap reaching back past the start are lit.
+    image = ring(0.25f);
+    expect_at(image, white, {{83, 44}, {62, 36}});
+    expect_at(image, black, {{64, 92}, {36, 64}, {58, 36}});
 
-    restart();
-    canvas.ring({32, 32, 64, 64}, 0xFFFFFFFFu, 6, 0, 0);
-    submit();
-    EXPECT_TRUE(near(read().at(64, 36), black)); // progress 0 draws nothing
+    expect_at(ring(0), black, {{64, 36}}); // progress 0 draws nothing
 }
 
-TEST_F(PixelTest, LineHasRoundCaps) {
-    canvas.line({32, 64}, {96, 64}, 0xFFFFFFFFu, 8);
-    submit();
-    Image image = read();
-    EXPECT_TRUE(near(image.at(64, 64), white));
-    EXPECT_TRUE(near(image.at(64, 61), white));
-    EXPECT_TRUE(near(image.at(64, 69), black));
-    EXPECT_TRUE(near(image.at(98, 64), white)); // cap beyond the end point
-    EXPECT_TRUE(near(image.at(101, 64), black));
-    EXPECT_TRUE(near(image.at(99, 60), black)); // a square cap would cover this corner
-    EXPECT_TRUE(near(image.at(28, 67), black));
-}
-
+// Value runs upwards: this also proves read-back delivers the bottom row first.
 TEST_F(PixelTest, ColourPlaneRunsSaturationRightAndValueUp) {
-    canvas.color_plane({0, 0, size, size}, 0); // red hue
-    submit();
-    Image image = read();
-    EXPECT_TRUE(near(image.at(0, 0), white, 4));
-    EXPECT_TRUE(near(image.at(size - 1, 0), red, 4));
-    EXPECT_TRUE(near(image.at(0, size - 1), black, 4));
-    EXPECT_TRUE(near(image.at(size - 1, size - 1), black, 4));
+    Image image = frame([&] { canvas.color_plane({0, 0, size, size}, 0); }); // red hue
+    expect_at(image, white, {{0, 0}}, 4);
+    expect_at(image, red, {{size - 1, 0}}, 4);
+    expect_at(image, black, {{0, size - 1}, {size - 1, size - 1}}, 4);
     Rgba middle = image.at(size / 2, size / 2);
     EXPECT_GT(middle[0], middle[1]);
     EXPECT_TRUE(near({middle[1], middle[2], 0, 255}, {middle[1], middle[1], 0, 255}, 1));
@@ -193,9 +168,9 @@ TEST_F(PixelTest, BackgroundPalettesGridAndOpaqueColours) {
         return read();
     };
     Image dark = background(0, 0, 0xFF000000u);
-    Image light = background(0, 1, 0xFF000000u);
-    EXPECT_NE(dark.bytes, light.bytes);
+    EXPECT_NE(dark.bytes, background(0, 1, 0xFF000000u).bytes);
     EXPECT_EQ(dark.at(64, 64)[3], 255);
+    EXPECT_EQ(background(0, 0, 0u).bytes, dark.bytes); // the packed alpha is ignored
 
     // Each palette with its theme's colours lands in its own range of brightness.
     for (const ui::Theme& theme : {ui::Theme{}, ui::Theme::light()}) {
@@ -209,9 +184,6 @@ TEST_F(PixelTest, BackgroundPalettesGridAndOpaqueColours) {
         }
     }
 
-    // The packed alpha is ignored.
-    EXPECT_EQ(background(0, 0, 0u).bytes, dark.bytes);
-
     // Grid lines every 34 pixels; the columns between them are untouched.
     Image grid = background(1, 0, 0xFF000000u);
     EXPECT_NE(grid.at(33, 64), dark.at(33, 64));
@@ -219,72 +191,48 @@ TEST_F(PixelTest, BackgroundPalettesGridAndOpaqueColours) {
     EXPECT_STREQ(vg_error(), "");
 }
 
-ui::Theme clear_glass(float refraction) {
-    ui::Theme theme = ui::Theme::liquid();
-    theme.antialiasing = 1;
-    theme.refraction = refraction;
-    theme.shine = 0;
-    theme.dispersion = 0;
-    return theme;
-}
-
 TEST_F(PixelTest, RefractionBendsTheRimAndLeavesTheBody) {
-    auto frame = [&](float refraction) {
-        restart();
-        stripes();
-        canvas.backdrop();
-        canvas.glass({16, 16, 96, 96}, clear_glass(refraction), 18);
-        submit();
-        return read();
+    auto glass = [&](float refraction) {
+        return frame([&] {
+            stripes();
+            canvas.backdrop();
+            canvas.glass({16, 16, 96, 96}, clear_glass(refraction), 18);
+        });
     };
-    Image flat = frame(0);
-    Image bent = frame(30);
-
+    Image flat = glass(0);
+    Image bent = glass(30);
     int rim_differences = 0;
     for (int x = 16; x < 26; ++x) rim_differences += bent.at(x, 64) != flat.at(x, 64);
     EXPECT_GE(rim_differences, 3);
     for (int y = 40; y < 88; ++y)
         for (int x = 40; x < 88; ++x) ASSERT_TRUE(near(bent.at(x, y), flat.at(x, y), 1)) << x << "," << y;
     // Without refraction, clear glass shows the scene behind it as it was.
-    EXPECT_TRUE(near(flat.at(20, 64), Rgba{255, 255, 255, 255}, 1));
-    EXPECT_TRUE(near(flat.at(23, 64), black, 1));
+    expect_at(flat, white, {{20, 64}}, 1);
+    expect_at(flat, black, {{23, 64}}, 1);
 }
 
 // Glass sees the scene frozen at the start of the frame or at the latest backdrop command,
-// never what was drawn after it.
-TEST_F(PixelTest, GlassSeesTheSceneAsOfTheLatestBackdrop) {
-    auto body = [&](bool backdrop) {
-        restart();
-        canvas.fill({0, 0, size, size}, 0xFFFFFFFFu, 0);
-        if (backdrop) canvas.backdrop();
-        canvas.glass({32, 32, 64, 64}, clear_glass(0), 12);
-        submit();
-        return read().at(64, 64);
-    };
-    EXPECT_TRUE(near(body(false), black, 1));
-    EXPECT_TRUE(near(body(true), white, 1));
-}
+// never what was drawn after it; blurred, it averages what it sees.
+TEST_F(PixelTest, GlassSeesTheSceneAsOfTheLatestBackdropAndBlurAveragesIt) {
+    for (bool backdrop : {false, true}) {
+        Image image = frame([&] {
+            canvas.fill({0, 0, size, size}, opaque_white, 0);
+            if (backdrop) canvas.backdrop();
+            canvas.glass({32, 32, 64, 64}, clear_glass(0), 12);
+        });
+        expect_at(image, backdrop ? white : black, {{64, 64}}, 1);
+    }
 
-TEST_F(PixelTest, BlurredGlassAveragesTheStripes) {
-    stripes();
-    canvas.backdrop();
     ui::Theme frosted = clear_glass(0);
     frosted.blur = 1;
-    canvas.glass({16, 16, 96, 96}, frosted, 18);
-    submit(8);
-    Rgba body = read().at(64, 64);
-    EXPECT_TRUE(near(body, {128, 128, 128, 255}, 12));
-}
-
-TEST_F(PixelTest, ReadPixelsDeliversRowsBottomFirst) {
-    canvas.fill({0, 0, size, 1}, 0xFFFF0000u, 0);        // top row of the frame
-    canvas.fill({0, size - 1, size, 1}, 0xFF0000FFu, 0); // bottom row
-    submit();
-    std::vector<std::uint8_t> pixels(size * size * 4);
-    vg_read_pixels(size, size, pixels.data(), pixels.size());
-    EXPECT_EQ(pixels[0], 0); // first row delivered: the bottom one, blue
-    EXPECT_EQ(pixels[2], 255);
-    EXPECT_EQ(pixels[(size - 1) * size * 4], 255);
+    Image image = frame(
+        [&] {
+            stripes();
+            canvas.backdrop();
+            canvas.glass({16, 16, 96, 96}, frosted, 18);
+        },
+        analytic(), 8);
+    expect_at(image, {128, 128, 128, 255}, {{64, 64}}, 12);
 }
 
 } // namespace

@@ -29,41 +29,31 @@ public:
         : id_(SDL_GetWindowID(static_cast<SDL_Window*>(w.native_handle()))) {}
 
     void key(SDL_Keycode sym, Uint16 mod = KMOD_NONE, bool down = true) const {
-        SDL_Event e{};
-        e.type = down ? SDL_KEYDOWN : SDL_KEYUP;
-        e.key.windowID = id_;
+        SDL_Event e = make(down ? SDL_KEYDOWN : SDL_KEYUP);
         e.key.state = down ? SDL_PRESSED : SDL_RELEASED;
         e.key.keysym.sym = sym;
         e.key.keysym.mod = mod;
         push(e);
     }
     void text(const char* utf8) const {
-        SDL_Event e{};
-        e.type = SDL_TEXTINPUT;
-        e.text.windowID = id_;
+        SDL_Event e = make(SDL_TEXTINPUT);
         std::strncpy(e.text.text, utf8, sizeof e.text.text - 1);
         push(e);
     }
     void editing(const char* utf8, int cursor) const {
-        SDL_Event e{};
-        e.type = SDL_TEXTEDITING;
-        e.edit.windowID = id_;
+        SDL_Event e = make(SDL_TEXTEDITING);
         std::strncpy(e.edit.text, utf8, sizeof e.edit.text - 1);
         e.edit.start = cursor;
         push(e);
     }
     void motion(int x, int y) const {
-        SDL_Event e{};
-        e.type = SDL_MOUSEMOTION;
-        e.motion.windowID = id_;
+        SDL_Event e = make(SDL_MOUSEMOTION);
         e.motion.x = x;
         e.motion.y = y;
         push(e);
     }
     void button(Uint8 which, bool down, int x = 10, int y = 20) const {
-        SDL_Event e{};
-        e.type = down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP;
-        e.button.windowID = id_;
+        SDL_Event e = make(down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP);
         e.button.button = which;
         e.button.state = down ? SDL_PRESSED : SDL_RELEASED;
         e.button.x = x;
@@ -71,23 +61,26 @@ public:
         push(e);
     }
     void wheel(float notches, bool flipped = false) const {
-        SDL_Event e{};
-        e.type = SDL_MOUSEWHEEL;
-        e.wheel.windowID = id_;
+        SDL_Event e = make(SDL_MOUSEWHEEL);
         e.wheel.y = static_cast<Sint32>(notches);
         e.wheel.preciseY = notches;
         e.wheel.direction = flipped ? SDL_MOUSEWHEEL_FLIPPED : SDL_MOUSEWHEEL_NORMAL;
         push(e);
     }
     void window(SDL_WindowEventID what) const {
-        SDL_Event e{};
-        e.type = SDL_WINDOWEVENT;
-        e.window.windowID = id_;
+        SDL_Event e = make(SDL_WINDOWEVENT);
         e.window.event = what;
         push(e);
     }
 
 private:
+    // Every window event type keeps the window id in the initial sequence it shares with the others.
+    SDL_Event make(Uint32 type) const {
+        SDL_Event e{};
+        e.type = type;
+        e.window.windowID = id_;
+        return e;
+    }
     static void push(SDL_Event& e) { ASSERT_EQ(SDL_PushEvent(&e), 1) << SDL_GetError(); }
     Uint32 id_;
 };
@@ -105,9 +98,7 @@ protected:
 
 } // namespace
 
-// ---- construction -----------------------------------------------------------
-
-TEST(WindowCreate, RejectsSizesOutsideTheLimits) {
+TEST(WindowCreate, RejectsSizesOutsideTheLimitsAndBadTitles) {
     for (auto [w, h] : {std::pair{63, 200}, {320, 63}, {16385, 200}, {320, 16385}, {-1, 200}})
         EXPECT_EQ(thrown<std::invalid_argument>([&] { ui::Window window(hidden(w, h)); }), "Window size")
             << w << "x" << h;
@@ -182,36 +173,20 @@ TEST(WindowCreate, SystemErrorsNameTheStepAndTheReason) {
               "SwapBuffers (SDL: no luck)");
 }
 
-// ---- thread and lifetime ----------------------------------------------------
-
 TEST_F(WindowTest, EveryCallChecksTheThread) {
-    std::string poll_message, title_message, input_message;
-    std::thread other([&] {
-        poll_message = thrown<std::logic_error>([&] { window.poll(); });
-        title_message = thrown<std::logic_error>([&] { window.title("x"); });
-        input_message = thrown<std::logic_error>([&] { static_cast<void>(window.input()); });
-    });
-    other.join();
-    EXPECT_EQ(poll_message, "Window used from another thread");
-    EXPECT_EQ(title_message, poll_message);
-    EXPECT_EQ(input_message, poll_message);
+    std::string messages[3];
+    std::thread([&] {
+        messages[0] = thrown<std::logic_error>([&] { window.poll(); });
+        messages[1] = thrown<std::logic_error>([&] { window.title("x"); });
+        messages[2] = thrown<std::logic_error>([&] { static_cast<void>(window.input()); });
+    }).join();
+    for (const std::string& m : messages) EXPECT_EQ(m, "Window used from another thread");
     EXPECT_TRUE(window.poll()); // the owner is unaffected
 }
 
-TEST_F(WindowTest, ClosingIsFinal) {
-    send.window(SDL_WINDOWEVENT_CLOSE);
-    EXPECT_FALSE(window.poll());
-    EXPECT_FALSE(window.poll());
-
-    ui::Window other(hidden());
-    other.close();
-    EXPECT_FALSE(other.poll());
-}
-
-TEST_F(WindowTest, EventsReachOnlyTheirOwnWindow) {
+TEST_F(WindowTest, EventsReachOnlyTheirOwnWindowAndClosingIsFinal) {
     ui::Window second(hidden());
-    Events to_second(second);
-    to_second.key(SDLK_ESCAPE);
+    Events(second).key(SDLK_ESCAPE);
     send.key(SDLK_TAB);
     const ui::Input& first = poll();
     EXPECT_TRUE(first.tab);
@@ -219,11 +194,15 @@ TEST_F(WindowTest, EventsReachOnlyTheirOwnWindow) {
     ASSERT_TRUE(second.poll());
     EXPECT_TRUE(second.input().escape);
     EXPECT_FALSE(second.input().tab);
+
+    send.window(SDL_WINDOWEVENT_CLOSE);
+    EXPECT_FALSE(window.poll());
+    EXPECT_FALSE(window.poll());
+    second.close();
+    EXPECT_FALSE(second.poll());
 }
 
-// ---- pointer ----------------------------------------------------------------
-
-TEST_F(WindowTest, MouseIsUnknownUntilSeenThenKeptAcrossPolls) {
+TEST_F(WindowTest, MouseIsUnknownUntilSeenThenKeptAndALeftPressHoldsUntilReleased) {
     EXPECT_EQ(poll().mouse.x, -1);
     EXPECT_EQ(window.input().mouse.y, -1);
     send.motion(30, 40);
@@ -231,9 +210,7 @@ TEST_F(WindowTest, MouseIsUnknownUntilSeenThenKeptAcrossPolls) {
     const ui::Input& later = poll();
     EXPECT_EQ(later.mouse.x, 30);
     EXPECT_EQ(later.mouse.y, 40);
-}
 
-TEST_F(WindowTest, LeftPressHoldsAcrossPollsAndReleasesOnce) {
     send.button(SDL_BUTTON_LEFT, true, 5, 6);
     const ui::Input& pressed = poll();
     EXPECT_TRUE(pressed.mouse_pressed && pressed.mouse_down);
@@ -252,16 +229,12 @@ TEST_F(WindowTest, LosingFocusMidDragReleasesTheButtonOnce) {
     send.button(SDL_BUTTON_LEFT, true);
     send.window(SDL_WINDOWEVENT_FOCUS_LOST);
     const ui::Input& lost = poll();
-    EXPECT_TRUE(lost.mouse_pressed);
-    EXPECT_TRUE(lost.mouse_released);
-    EXPECT_TRUE(lost.focus_lost);
+    EXPECT_TRUE(lost.mouse_pressed && lost.mouse_released && lost.focus_lost);
     EXPECT_FALSE(lost.mouse_down);
     // The button comes up later, outside our knowledge of the press: no second release.
     send.button(SDL_BUTTON_LEFT, false);
     const ui::Input& after = poll();
-    EXPECT_FALSE(after.mouse_released);
-    EXPECT_FALSE(after.mouse_down);
-    EXPECT_FALSE(after.focus_lost);
+    EXPECT_FALSE(after.mouse_released || after.mouse_down || after.focus_lost);
 }
 
 TEST_F(WindowTest, RightButtonAndWheel) {
@@ -280,9 +253,7 @@ TEST_F(WindowTest, RightButtonAndWheel) {
     EXPECT_FLOAT_EQ(poll().wheel, 0);
 }
 
-// ---- keys -------------------------------------------------------------------
-
-TEST_F(WindowTest, PlainKeysSetTheirFlagsAndTheLastVirtualKey) {
+TEST_F(WindowTest, PlainKeysSetTheirFlagsTheLastVirtualKeyAndModifiersFollowKeyUp) {
     send.key(SDLK_LEFT);
     send.key(SDLK_PAGEDOWN);
     send.key(SDLK_KP_ENTER);
@@ -299,47 +270,7 @@ TEST_F(WindowTest, PlainKeysSetTheirFlagsAndTheLastVirtualKey) {
     EXPECT_EQ(poll().key, 0x37u);
     send.key(SDLK_q);
     EXPECT_EQ(poll().key, 0x51u);
-}
 
-TEST_F(WindowTest, EditShortcutsFollowTheModifiers) {
-    send.key(SDLK_z, KMOD_LCTRL);
-    const ui::Input& undo = poll();
-    EXPECT_TRUE(undo.undo && undo.ctrl);
-    EXPECT_FALSE(undo.redo);
-
-    send.key(SDLK_z, KMOD_LCTRL | KMOD_LSHIFT);
-    const ui::Input& redo = poll();
-    EXPECT_TRUE(redo.redo && redo.shift);
-    EXPECT_FALSE(redo.undo);
-
-    send.key(SDLK_a, KMOD_RCTRL);
-    send.key(SDLK_c, KMOD_RCTRL);
-    send.key(SDLK_x, KMOD_RCTRL);
-    send.key(SDLK_y, KMOD_RCTRL);
-    const ui::Input& all = poll();
-    EXPECT_TRUE(all.select_all && all.copy && all.cut && all.redo);
-
-    // A plain letter later in the same poll takes the shortcut back.
-    send.key(SDLK_a, KMOD_LCTRL);
-    send.key(SDLK_a);
-    send.key(SDLK_z, KMOD_LCTRL);
-    send.key(SDLK_z);
-    const ui::Input& taken_back = poll();
-    EXPECT_FALSE(taken_back.select_all || taken_back.undo || taken_back.redo || taken_back.ctrl);
-}
-
-TEST_F(WindowTest, AltMakesASystemKeyUnlessCtrlIsHeld) {
-    send.key(SDLK_LEFT, KMOD_LALT);
-    const ui::Input& alt = poll();
-    EXPECT_FALSE(alt.left || alt.alt);
-    EXPECT_EQ(alt.key, 0u);
-
-    send.key(SDLK_LEFT, KMOD_LALT | KMOD_LCTRL);
-    const ui::Input& ctrl_alt = poll();
-    EXPECT_TRUE(ctrl_alt.left && ctrl_alt.alt && ctrl_alt.ctrl);
-}
-
-TEST_F(WindowTest, KeyUpUpdatesTheModifiers) {
     send.key(SDLK_LSHIFT, KMOD_LSHIFT);
     EXPECT_TRUE(poll().shift);
     send.key(SDLK_LSHIFT, KMOD_LSHIFT);
@@ -347,9 +278,38 @@ TEST_F(WindowTest, KeyUpUpdatesTheModifiers) {
     EXPECT_FALSE(poll().shift);
 }
 
-// ---- text and clipboard -----------------------------------------------------
+TEST_F(WindowTest, EditShortcutsFollowTheModifiersAndAltMakesASystemKeyUnlessCtrlIsHeld) {
+    send.key(SDLK_z, KMOD_LCTRL);
+    const ui::Input& undo = poll();
+    EXPECT_TRUE(undo.undo && undo.ctrl);
+    EXPECT_FALSE(undo.redo);
+    send.key(SDLK_z, KMOD_LCTRL | KMOD_LSHIFT);
+    const ui::Input& redo = poll();
+    EXPECT_TRUE(redo.redo && redo.shift);
+    EXPECT_FALSE(redo.undo);
 
-TEST_F(WindowTest, TextIsDroppedUntilTextInputIsOn) {
+    for (SDL_Keycode k : {SDLK_a, SDLK_c, SDLK_x, SDLK_y}) send.key(k, KMOD_RCTRL);
+    const ui::Input& all = poll();
+    EXPECT_TRUE(all.select_all && all.copy && all.cut && all.redo);
+
+    // A plain letter later in the same poll takes the shortcut back.
+    for (SDL_Keycode k : {SDLK_a, SDLK_z}) {
+        send.key(k, KMOD_LCTRL);
+        send.key(k);
+    }
+    const ui::Input& taken_back = poll();
+    EXPECT_FALSE(taken_back.select_all || taken_back.undo || taken_back.redo || taken_back.ctrl);
+
+    send.key(SDLK_LEFT, KMOD_LALT);
+    const ui::Input& alt = poll();
+    EXPECT_FALSE(alt.left || alt.alt);
+    EXPECT_EQ(alt.key, 0u);
+    send.key(SDLK_LEFT, KMOD_LALT | KMOD_LCTRL);
+    const ui::Input& ctrl_alt = poll();
+    EXPECT_TRUE(ctrl_alt.left && ctrl_alt.alt && ctrl_alt.ctrl);
+}
+
+TEST_F(WindowTest, TextArrivesOnlyWithTextInputOnAndNeitherCtrlNorAltHeld) {
     send.text("a");
     send.key(SDLK_v, KMOD_LCTRL);
     window.clipboard_text("clip");
@@ -363,6 +323,12 @@ TEST_F(WindowTest, TextIsDroppedUntilTextInputIsOn) {
     const ui::Input& on = poll();
     EXPECT_EQ(on.text, "a");
     EXPECT_EQ(on.paste, "clip");
+
+    for (Uint16 mod : {KMOD_LCTRL, KMOD_LALT, KMOD_NONE}) {
+        send.key(SDLK_q, mod);
+        send.text("q");
+        EXPECT_EQ(poll().text, mod == KMOD_NONE ? "q" : "") << mod;
+    }
 
     window.text_input(false);
     send.text("b");
@@ -409,26 +375,13 @@ TEST_F(WindowTest, CompositionIsKeptUntilCommittedCancelledOrFocusIsLost) {
     EXPECT_THROW(window.text_input_rect({0, 0, -1, 1}), std::invalid_argument);
 }
 
-TEST_F(WindowTest, CtrlOrAltHeldTypesNothing) {
-    window.text_input(true);
-    send.key(SDLK_q, KMOD_LCTRL);
-    send.text("q");
-    EXPECT_EQ(poll().text, "");
-    send.key(SDLK_q, KMOD_LALT);
-    send.text("q");
-    EXPECT_EQ(poll().text, "");
-    send.key(SDLK_q);
-    send.text("q");
-    EXPECT_EQ(poll().text, "q");
-}
-
 TEST_F(WindowTest, ClipboardRoundTripAndValidation) {
     window.text_input(true);
-    window.clipboard_text("\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80");
+    const std::string text = "\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80";
+    window.clipboard_text(text);
     send.key(SDLK_v, KMOD_LCTRL);
     send.key(SDLK_v, KMOD_LCTRL);
-    EXPECT_EQ(poll().paste,
-              "\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80");
+    EXPECT_EQ(poll().paste, text + text);
     EXPECT_EQ(thrown<std::invalid_argument>([&] { window.clipboard_text("\xFF"); }), "Invalid UTF-8");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { window.title("\xE4\xBD"); }), "Invalid UTF-8");
 }

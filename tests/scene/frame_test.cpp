@@ -1,4 +1,5 @@
-// Scene::frame: whole frames driven from Input records.
+// Scene::frame: whole frames driven from Input records: pointer routing, focus, overlays, keys
+// and what gets painted.
 #include "frame_driver.hpp"
 
 #include "velmora/scene/scene.hpp"
@@ -36,22 +37,29 @@ struct Fixture : ::testing::Test {
         p->bounds = at;
         return p;
     }
-    std::size_t count(int kind) const {
+    std::shared_ptr<ui::PopupMenu> menu() {
+        auto m = std::make_shared<ui::PopupMenu>();
+        m->item("x", {});
+        return m;
+    }
+    std::size_t count(int kind, unsigned color = 0) const {
         std::size_t n = 0;
-        for (const auto& c : run.canvas.commands()) n += command_kind(c) == kind;
+        for (const auto& c : run.canvas.commands())
+            n += command_kind(c) == kind && (!color || command_color(c) == color);
         return n;
     }
 };
 
+using FramePointer = Fixture;
+using FrameOverlays = Fixture;
+using FrameKeys = Fixture;
+using FramePaint = Fixture;
+
 } // namespace
 
-// ---- pointer ------------------------------------------------------------------------------------
-
-using FramePointer = Fixture;
-
-TEST_F(FramePointer, NoPointerMeansNoEventsAndNoHover) {
+TEST_F(FramePointer, HoverPressAndReleaseFollowThePointerAndTheHeldWidget) {
     run.frame();
-    EXPECT_TRUE(a->seen.empty());
+    EXPECT_TRUE(a->seen.empty()); // no pointer yet: no events, no hover
     EXPECT_EQ(scene.hovered(), nullptr);
     run.move({10, 10});
     EXPECT_EQ(scene.hovered(), a);
@@ -59,36 +67,51 @@ TEST_F(FramePointer, NoPointerMeansNoEventsAndNoHover) {
     run.move({10, 110});
     EXPECT_FALSE(a->hovered);
     EXPECT_TRUE(b->hovered);
-}
 
-TEST_F(FramePointer, PressAndReleaseInOneFrame) {
-    run.click({10, 10});
+    a->forget();
+    run.click({10, 10}); // press and release in one frame
     EXPECT_EQ(a->types(), (Types{ui::focus_gained, ui::pointer_down, ui::pointer_up}));
     EXPECT_EQ(scene.pressed(), nullptr);
     EXPECT_FALSE(a->pressed);
-}
 
-TEST_F(FramePointer, DragThatLeavesStillReportsToThePressedWidget) {
+    // A drag that leaves still reports to the pressed widget; the press frame sends it a move too.
+    a->forget();
+    b->forget();
     run.press({10, 10});
     EXPECT_TRUE(a->pressed);
     run.move({10, 110});
     run.release({10, 110});
-    // The press frame already sends a move to the held widget.
-    EXPECT_EQ(a->types(), (Types{ui::focus_gained, ui::pointer_down, ui::pointer_move, ui::pointer_move,
-                                 ui::pointer_up}));
+    EXPECT_EQ(a->types(), (Types{ui::pointer_down, ui::pointer_move, ui::pointer_move, ui::pointer_up}));
     EXPECT_FLOAT_EQ(a->last(ui::pointer_up)->position.y, 110);
     EXPECT_EQ(b->count(ui::pointer_move), 0);
 }
 
-TEST_F(FramePointer, MoveGoesEveryFrameWithoutBubbling) {
+TEST_F(FramePointer, MovesGoEveryFrameAndBubbleOnlyWhileHeldWheelAlwaysBubbles) {
     auto child = a->emplace<Probe>("child", ui::Rect{0, 0, 50, 20});
     run.move({5, 5});
     run.frame();
     EXPECT_EQ(child->count(ui::pointer_move), 2);
     EXPECT_EQ(a->count(ui::pointer_move), 0);
-    run.press({5, 5}); // held moves bubble, from the press frame on
+    run.press({5, 5});
     run.frame();
     EXPECT_EQ(a->count(ui::pointer_move), 2);
+    run.release({5, 5});
+
+    a->handles = true;
+    run.wheel({5, 5}, -2);
+    ASSERT_EQ(a->count(ui::wheel_turned), 1);
+    EXPECT_FLOAT_EQ(a->last(ui::wheel_turned)->wheel, -2);
+    EXPECT_EQ(child->count(ui::wheel_turned), 1);
+
+    // A right click opens the nearest context menu up the tree, on release only.
+    a->context_menu = menu();
+    run.mark(&ui::Input::right_pressed);
+    EXPECT_TRUE(scene.overlays().empty());
+    run.right_click({5, 5});
+    ASSERT_EQ(scene.overlays().size(), 1u);
+    EXPECT_EQ(scene.overlays().back().widget, a->context_menu);
+    EXPECT_FLOAT_EQ(a->context_menu->bounds.x, 5);
+    EXPECT_EQ(scene.focus(), a->context_menu);
 }
 
 TEST_F(FramePointer, DoubleClickThresholds) {
@@ -108,25 +131,6 @@ TEST_F(FramePointer, DoubleClickThresholds) {
     EXPECT_EQ(press_at(1.35, {10, 10}), 1); // the last press was elsewhere
 }
 
-TEST_F(FramePointer, WheelBubblesAndRightClickOpensNearestMenu) {
-    auto child = a->emplace<Probe>("child", ui::Rect{0, 0, 50, 20});
-    a->handles = true;
-    run.wheel({5, 5}, -2);
-    ASSERT_EQ(a->count(ui::wheel_turned), 1);
-    EXPECT_FLOAT_EQ(a->last(ui::wheel_turned)->wheel, -2);
-    EXPECT_EQ(child->count(ui::wheel_turned), 1);
-
-    a->context_menu = std::make_shared<ui::PopupMenu>();
-    a->context_menu->item("x", {});
-    run.mark(&ui::Input::right_pressed);
-    EXPECT_TRUE(scene.overlays().empty()); // opens on release only
-    run.right_click({5, 5});
-    ASSERT_EQ(scene.overlays().size(), 1u);
-    EXPECT_EQ(scene.overlays().back().widget, a->context_menu);
-    EXPECT_FLOAT_EQ(a->context_menu->bounds.x, 5);
-    EXPECT_EQ(scene.focus(), a->context_menu);
-}
-
 TEST_F(FramePointer, FocusLossEndsThePressSilently) {
     run.press({10, 10});
     run.lose_focus();
@@ -137,22 +141,19 @@ TEST_F(FramePointer, FocusLossEndsThePressSilently) {
     EXPECT_EQ(a->count(ui::pointer_up), 1);
 }
 
-TEST_F(FramePointer, ClickFocusRules) {
+TEST_F(FramePointer, ClickOnNothingFocusableDropsTheFocusUnlessAnOverlayIsOpen) {
     auto plain = scene.root()->emplace<ui::Widget>();
     plain->bounds = {200, 0, 100, 40};
     run.click({10, 10});
     EXPECT_EQ(scene.focus(), a);
-    run.click({210, 10}); // unfocusable, no overlay: drops the focus
+    run.click({210, 10});
     EXPECT_EQ(scene.focus(), nullptr);
 
     run.click({10, 10});
-    auto panel = overlay();
-    scene.show(panel, false, false, {400, 300}, true);
-    run.click({210, 10}); // with an overlay open the focus stays
+    scene.show(overlay(), false, false, {400, 300}, true);
+    run.click({210, 10});
     EXPECT_EQ(scene.focus(), a);
 }
-
-// ---- handlers that change the scene ---------------------------------------------------------------
 
 TEST_F(FramePointer, HandlerRemovingItsOwnWidget) {
     std::weak_ptr<Probe> weak = a;
@@ -167,11 +168,10 @@ TEST_F(FramePointer, HandlerRemovingItsOwnWidget) {
     EXPECT_TRUE(weak.expired());
 }
 
-TEST_F(FramePointer, HandlerOpeningAnOverlayOnPress) {
-    auto menu = std::make_shared<ui::PopupMenu>();
-    menu->item("x", {});
+TEST_F(FramePointer, HandlerOpeningAnOverlayOnPressLosesTheRelease) {
+    auto popup = menu();
     a->on_event = [&](ui::Event& e) {
-        if (e.type == ui::pointer_down) menu->open(scene, {300, 300}, false);
+        if (e.type == ui::pointer_down) popup->open(scene, {300, 300}, false);
     };
     run.press({10, 10});
     ASSERT_EQ(scene.overlays().size(), 1u);
@@ -181,14 +181,8 @@ TEST_F(FramePointer, HandlerOpeningAnOverlayOnPress) {
     EXPECT_EQ(scene.overlays().size(), 1u);
 }
 
-// ---- overlays -------------------------------------------------------------------------------------
-
-using FrameOverlays = Fixture;
-
 TEST_F(FrameOverlays, PressOutsidePopupClosesItAndReachesNothing) {
-    auto menu = std::make_shared<ui::PopupMenu>();
-    menu->item("x", {});
-    menu->open(scene, {300, 300}, false);
+    menu()->open(scene, {300, 300}, false);
     run.press({10, 10});
     EXPECT_TRUE(scene.overlays().empty());
     EXPECT_EQ(a->count(ui::pointer_down), 0);
@@ -198,35 +192,24 @@ TEST_F(FrameOverlays, PressOutsidePopupClosesItAndReachesNothing) {
     EXPECT_EQ(a->count(ui::pointer_down), 1);
 }
 
-TEST_F(FrameOverlays, PlainOverlayLetsPressesThroughModalDoesNot) {
+TEST_F(FrameOverlays, PlainOverlayLetsPressesThroughModalDoesNotAndPaintsDimming) {
     scene.show(overlay(), false, false, {400, 300}, false);
     run.click({10, 10});
     EXPECT_EQ(a->count(ui::pointer_down), 1);
 
-    auto menu = std::make_shared<ui::PopupMenu>();
-    menu->item("x", {});
-    menu->open(scene, {0, 200}, false);
-    auto modal = overlay();
-    scene.show(modal, true, false, {400, 300}, false);
+    auto popup = menu();
+    popup->open(scene, {0, 200}, false);
+    scene.show(overlay(), true, false, {400, 300}, false);
     run.click({10, 210}); // over the popup, under the modal
     EXPECT_EQ(scene.overlays().size(), 3u);
-    EXPECT_EQ(menu->active, 0);
+    EXPECT_EQ(popup->active, 0);
     run.move({10, 10});
     EXPECT_EQ(scene.hovered(), nullptr);
+    EXPECT_EQ(count(ui::kind_backdrop), 3u); // one per overlay
+    EXPECT_EQ(count(ui::kind_shape, 0x68000000), 1u);
 }
 
-TEST_F(FrameOverlays, ModalPaintsDimmingAndBackdrops) {
-    scene.show(overlay(), false, false, {0, 0}, false);
-    scene.show(overlay(), true, false, {0, 0}, false);
-    run.frame();
-    EXPECT_EQ(count(ui::kind_backdrop), 2u);
-    std::size_t dims = 0;
-    for (const auto& c : run.canvas.commands())
-        dims += command_kind(c) == ui::kind_shape && command_color(c) == 0x68000000;
-    EXPECT_EQ(dims, 1u);
-}
-
-TEST_F(FrameOverlays, DialogOpensCentredAndClosesFromItsCorner) {
+TEST_F(FrameOverlays, DialogOpensCentredKeepsTabInsideAndClosesFromItsCorner) {
     auto dialog = std::make_shared<ui::Modal>("Settings");
     auto field = dialog->emplace<Probe>("field");
     dialog->open(scene);
@@ -235,7 +218,7 @@ TEST_F(FrameOverlays, DialogOpensCentredAndClosesFromItsCorner) {
     run.tab();
     EXPECT_EQ(scene.focus(), field);
     run.tab();
-    EXPECT_EQ(scene.focus(), dialog); // Tab stays inside the modal
+    EXPECT_EQ(scene.focus(), dialog);
 
     // Drag by the title strip, release over the close corner.
     const ui::Rect r = dialog->screen_bounds;
@@ -246,11 +229,7 @@ TEST_F(FrameOverlays, DialogOpensCentredAndClosesFromItsCorner) {
     EXPECT_TRUE(scene.overlays().empty());
 }
 
-// ---- keys -----------------------------------------------------------------------------------------
-
-using FrameKeys = Fixture;
-
-TEST_F(FrameKeys, TabTraversal) {
+TEST_F(FrameKeys, TabTraversalAndHiddenFocusDroppedOnTheNextFrame) {
     run.tab(true); // Shift+Tab with no focus lands on the last
     EXPECT_EQ(scene.focus(), b);
     run.tab();
@@ -263,6 +242,14 @@ TEST_F(FrameKeys, TabTraversal) {
     FrameDriver other(empty);
     other.tab();
     EXPECT_EQ(empty.focus(), nullptr);
+
+    scene.focus(a);
+    a->forget();
+    a->visible = false;
+    EXPECT_EQ(scene.focus(), a);
+    run.frame();
+    EXPECT_EQ(scene.focus(), nullptr);
+    EXPECT_EQ(a->count(ui::focus_lost_event), 1);
 }
 
 TEST_F(FrameKeys, CodesFromFlagsAndEditCommands) {
@@ -285,7 +272,7 @@ TEST_F(FrameKeys, CodesFromFlagsAndEditCommands) {
     EXPECT_EQ(a->last(ui::text_entered)->text, "你好");
 }
 
-TEST_F(FrameKeys, EscapeClosesTopOverlayUnlessHandled) {
+TEST_F(FrameKeys, EscapeClosesTopOverlayUnlessHandledAndCtrlKOpensThePalette) {
     scene.show(overlay(), false, false, {0, 0}, true);
     auto top = overlay();
     scene.show(top, false, false, {0, 0}, true);
@@ -300,13 +287,10 @@ TEST_F(FrameKeys, EscapeClosesTopOverlayUnlessHandled) {
     scene.focus(nullptr);
     run.key(27); // no focus counts as unhandled
     EXPECT_TRUE(scene.overlays().empty());
-}
 
-TEST_F(FrameKeys, CtrlKOpensThePalette) {
     scene.focus(a);
     run.key(75, true);
     EXPECT_EQ(a->last(ui::key_down)->key, 75); // no palette: an ordinary key
-
     auto palette = std::make_shared<ui::Modal>("palette");
     scene.command_palette(palette);
     a->forget();
@@ -315,19 +299,6 @@ TEST_F(FrameKeys, CtrlKOpensThePalette) {
     EXPECT_EQ(scene.overlays().back().widget, palette);
     EXPECT_EQ(a->count(ui::key_down), 0);
 }
-
-TEST_F(FrameKeys, HiddenFocusIsDroppedOnTheNextFrame) {
-    scene.focus(a);
-    a->visible = false;
-    EXPECT_EQ(scene.focus(), a);
-    run.frame();
-    EXPECT_EQ(scene.focus(), nullptr);
-    EXPECT_EQ(a->count(ui::focus_lost_event), 1);
-}
-
-// ---- tooltip and notices ---------------------------------------------------------------------------
-
-using FramePaint = Fixture;
 
 TEST_F(FramePaint, TooltipAfterDelayAndNotOverOverlays) {
     TextLog log;

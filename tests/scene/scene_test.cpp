@@ -1,9 +1,11 @@
-// Scene: dispatch, focus, overlays, notices and lookup, called directly.
+// Scene called directly: dispatch, focus, overlays, notices, lookup and teardown.
 #include "frame_driver.hpp"
 
 #include "velmora/scene/scene.hpp"
 #include "velmora/widgets/basic.hpp"
 #include "velmora/widgets/containers.hpp"
+
+#include "../thrown.hpp"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +17,8 @@
 namespace ui = velmora::ui;
 using velmora::test::FrameDriver;
 using velmora::test::Probe;
+using velmora::test::thrown;
+using Widgets = std::vector<std::shared_ptr<ui::Widget>>;
 
 namespace {
 
@@ -70,7 +74,6 @@ TEST(SceneFocus, RulesAndEvents) {
     b->enabled = true;
     scene.focus(b);
     EXPECT_EQ(a->types(), (std::vector<int>{ui::focus_gained, ui::focus_lost_event}));
-    EXPECT_EQ(scene.focus(), b);
     scene.focus(nullptr);
     EXPECT_EQ(scene.focus(), nullptr);
     EXPECT_EQ(b->count(ui::focus_lost_event), 1);
@@ -82,56 +85,52 @@ TEST(SceneFocus, OrderStopsAtModalBarrierButNotAtKeepFocusPopup) {
     auto lower = overlay_panel();
     auto lower_probe = lower->emplace<Probe>("lower");
     scene.show(lower, false, false, {0, 0}, true);
-    EXPECT_EQ(scene.focus_order(), (std::vector<std::shared_ptr<ui::Widget>>{in_root, lower_probe}));
+    EXPECT_EQ(scene.focus_order(), (Widgets{in_root, lower_probe}));
 
     auto completion = overlay_panel();
     auto completion_probe = completion->emplace<Probe>("completion");
     scene.show(completion, false, true, {0, 0}, true);
-    EXPECT_EQ(scene.focus_order().size(), 3u);
+    EXPECT_EQ(scene.focus_order(), (Widgets{in_root, lower_probe, completion_probe}));
 
     auto modal = overlay_panel();
     auto modal_probe = modal->emplace<Probe>("modal");
     scene.show(modal, true, false, {0, 0}, false);
-    EXPECT_EQ(scene.focus_order(), (std::vector<std::shared_ptr<ui::Widget>>{modal_probe}));
+    EXPECT_EQ(scene.focus_order(), (Widgets{modal_probe}));
     EXPECT_EQ(scene.focus(), modal_probe);
 
+    // Closing the modal drops the hover inside it and gives back the focus from before it opened.
     FrameDriver run(scene);
     run.frame();
     const ui::Rect at = modal_probe->screen_bounds;
     run.move({at.x + at.w / 2, at.y + at.h / 2});
     ASSERT_EQ(scene.hovered(), modal_probe);
     scene.close(modal.get());
-    EXPECT_EQ(scene.focus(), nullptr); // the focus before the modal opened
+    EXPECT_EQ(scene.focus(), nullptr);
     EXPECT_EQ(scene.hovered(), nullptr);
 }
 
-TEST(SceneOverlays, ShowValidatesPositionsAndReorders) {
+TEST(SceneOverlays, ShowValidatesPlacesAndReorders) {
     ui::Scene scene;
     scene.layout(800, 600);
-    EXPECT_THROW(scene.show(nullptr, false, false, {}, false), std::invalid_argument);
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { scene.show(nullptr, false, false, {}, false); }),
+              "Overlay must be unattached");
     auto child = scene.root()->emplace<ui::Widget>();
-    try {
-        scene.show(child, false, false, {}, false);
-        FAIL();
-    } catch (const std::invalid_argument& e) {
-        EXPECT_STREQ(e.what(), "Overlay must be unattached");
-    }
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { scene.show(child, false, false, {}, false); }),
+              "Overlay must be unattached");
 
+    // -1 centres; a position that would overflow is pulled back inside; placing is immediate.
     auto a = overlay_panel();
     scene.show(a, false, false, {-1, 10}, false);
     EXPECT_FLOAT_EQ(a->bounds.x, 300);
     EXPECT_FLOAT_EQ(a->bounds.y, 10);
-    EXPECT_EQ(a->scene, &scene); // placed at once
-
+    EXPECT_EQ(a->scene, &scene);
     auto b = overlay_panel();
     scene.show(b, false, false, {790, 590}, false);
     EXPECT_FLOAT_EQ(b->bounds.x, 600);
     EXPECT_FLOAT_EQ(b->bounds.y, 500);
-
     scene.show(a, false, false, {-1, -1}, false); // moves to the top, no duplicate
     ASSERT_EQ(scene.overlays().size(), 2u);
     EXPECT_EQ(scene.overlays().back().widget, a);
-
     auto huge = overlay_panel({0, 0, 2000, 2000});
     scene.show(huge, false, false, {50, 50}, false);
     EXPECT_FLOAT_EQ(huge->bounds.x, 0);
@@ -153,9 +152,7 @@ TEST(SceneOverlays, PopupReplacesPopupButNotModal) {
     scene.show(second, false, true, {0, 0}, false);
     ASSERT_EQ(scene.overlays().size(), 1u);
     EXPECT_EQ(scene.overlays().back().widget, second);
-
-    auto modal = overlay_panel();
-    scene.show(modal, true, false, {0, 0}, false);
+    scene.show(overlay_panel(), true, false, {0, 0}, false);
     scene.show(first, false, true, {0, 0}, false);
     EXPECT_EQ(scene.overlays().size(), 3u);
 }
