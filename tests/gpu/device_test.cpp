@@ -115,31 +115,27 @@ TEST_F(GpuTest, UnbalancedClipsFailTheFrameBeforeAnythingIsDrawn) {
     EXPECT_EQ(read().at(64, 64), (Rgba{255, 255, 255, 255}));
 }
 
-TEST_F(GpuTest, ShortPixelBuffersAreRefused) {
+TEST_F(GpuTest, TexturesRoundTripThroughAGlyphDrawAndShortBuffersAreRefused) {
+    auto refused = [](const char* message) {
+        EXPECT_STREQ(vg_error(), message);
+        vg_clear_error();
+    };
+    EXPECT_EQ(vg_texture(0, 4), 0u);
+    refused("Invalid texture creation");
     std::vector<std::uint8_t> pixels(16 * 16 * 4 - 1);
     vg_upload(0, 0, 0, 16, 16, pixels.data(), pixels.size());
-    EXPECT_STREQ(vg_error(), "Invalid texture upload buffer");
-    vg_clear_error();
+    refused("Invalid texture upload buffer");
     vg_upload(0, 0, 0, 0, 16, pixels.data(), pixels.size());
-    EXPECT_STREQ(vg_error(), "Invalid texture upload buffer");
-
-    vg_clear_error();
+    refused("Invalid texture upload buffer");
     vg_read_pixels(16, 16, pixels.data(), pixels.size());
-    EXPECT_STREQ(vg_error(), "Screenshot buffer is too small");
-    vg_clear_error();
+    refused("Screenshot buffer is too small");
     vg_read_pixels(1, 1, nullptr, 4);
-    EXPECT_STREQ(vg_error(), "Screenshot buffer is too small");
-}
-
-TEST_F(GpuTest, TexturesRoundTripThroughAGlyphDraw) {
-    EXPECT_EQ(vg_texture(0, 4), 0u);
-    EXPECT_STREQ(vg_error(), "Invalid texture creation");
-    vg_clear_error();
+    refused("Screenshot buffer is too small");
 
     unsigned texture = vg_texture(8, 8);
     ASSERT_NE(texture, 0u);
     // Opaque coverage in the right half of the atlas only.
-    std::vector<std::uint8_t> pixels(8 * 8 * 4, 0);
+    pixels.assign(8 * 8 * 4, 0);
     for (int y = 0; y < 8; ++y)
         for (int x = 4; x < 8; ++x) pixels[(y * 8 + x) * 4 + 3] = 255;
     vg_upload(texture, 0, 0, 8, 8, pixels.data(), pixels.size());

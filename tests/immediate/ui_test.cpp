@@ -60,9 +60,7 @@ struct Harness {
 const Rect a_rect{10, 10, 100, 30};
 const Rect b_rect{10, 50, 100, 30};
 
-// ---- frame and identifiers ----------------------------------------------------------------------
-
-TEST(UiFrame, MisuseIsReportedByName) {
+TEST(UiFrame, MisuseAndBadArgumentsAreReportedByName) {
     Harness h;
     EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.end(); }), "Ui::begin() missing");
     EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.button("a", a_rect, "A"); }),
@@ -77,26 +75,21 @@ TEST(UiFrame, MisuseIsReportedByName) {
     bool on = false;
     EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.checkbox("a", b_rect, "A", on); }),
               "Duplicate widget ID: a");
+    double v = 0;
+    auto refused = [](const char* message, auto call) {
+        EXPECT_EQ(test::thrown<std::invalid_argument>(call), message);
+    };
+    refused("slider range", [&] { h.ui.slider("s1", a_rect, v, 1.0, 1.0); });
+    refused("slider range", [&] { h.ui.slider("s2", a_rect, v, 0.0, std::nan("")); });
+    refused("Progress value", [&] { h.ui.progress(a_rect, std::nanf("")); });
+    refused("text size", [&] { h.ui.label(a_rect, "x", 300); });
+    v = std::nan("");
+    refused("slider value", [&] { h.ui.slider("s3", a_rect, v, 0.0, 1.0); });
     h.ui.end();
-    h.frame(Input{}, [&] { EXPECT_NO_THROW(h.ui.button("a", a_rect, "A")); });
+    h.frame(Input{}, [&] { EXPECT_NO_THROW(h.ui.button("a", a_rect, "A")); }); // IDs are per frame
 }
 
-TEST(UiFrame, BadArgumentsThrow) {
-    Harness h;
-    h.frame(Input{}, [&] {
-        double v = 0;
-        EXPECT_THROW(h.ui.slider("s1", a_rect, v, 1.0, 1.0), std::invalid_argument);
-        EXPECT_THROW(h.ui.slider("s2", a_rect, v, 0.0, std::nan("")), std::invalid_argument);
-        v = std::nan("");
-        EXPECT_THROW(h.ui.slider("s3", a_rect, v, 0.0, 1.0), std::invalid_argument);
-        EXPECT_THROW(h.ui.progress(a_rect, std::nanf("")), std::invalid_argument);
-        EXPECT_THROW(h.ui.label(a_rect, "x", 300), std::invalid_argument);
-    });
-}
-
-// ---- press and release --------------------------------------------------------------------------
-
-TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFire) {
+TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFireAndTheFirstCalledTakesThePress) {
     Harness h;
     int a = 0;
     int b = 0;
@@ -114,22 +107,17 @@ TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFire) {
     h.frame(release(20, 60), both);
     EXPECT_EQ(a + b, 1);
     EXPECT_EQ(h.ui.active(), "");
-}
 
-TEST(UiPointer, TheFirstControlCalledUnderThePointerTakesThePress) {
-    Harness h;
     int first = 0;
     int second = 0;
     h.click(30, 25, [&] {
         first += h.ui.button("first", a_rect, "1");
-        second += h.ui.button("second", {20, 20, 100, 30}, "2");
+        second += h.ui.button("second", {20, 20, 100, 30}, "2"); // overlaps the first
         return 0;
     });
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 0);
 }
-
-// ---- focus ----------------------------------------------------------------------------------------
 
 TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterFiresTheFocus) {
     Harness h;
@@ -165,8 +153,6 @@ TEST(UiFocus, FocusIsLostByAPressOnNothingAtTheEndAndByAControlNotCalled) {
     EXPECT_EQ(h.ui.focus(), "");
 }
 
-// ---- popups ---------------------------------------------------------------------------------------
-
 struct ComboScene {
     Harness h;
     std::vector<std::string> items{"Red", "Green", "Blue"};
@@ -188,7 +174,7 @@ struct ComboScene {
     }
 };
 
-TEST(UiPopup, AnOptionOverAnEarlierControlWinsThePress) {
+TEST(UiPopup, AnOptionOverAnEarlierControlWinsAndControlsOutsideAreHeldUntilItCloses) {
     ComboScene s;
     s.click(20, 20);
     EXPECT_EQ(s.h.ui.open_popup(), "colour");
@@ -198,10 +184,7 @@ TEST(UiPopup, AnOptionOverAnEarlierControlWinsThePress) {
     EXPECT_EQ(s.under, 0);
     EXPECT_EQ(s.h.ui.open_popup(), "");
     EXPECT_EQ(s.h.ui.focus(), "colour");
-}
 
-TEST(UiPopup, ControlsOutsideAnOpenPopupAreHeldStillUntilItCloses) {
-    ComboScene s;
     s.click(20, 20);
     s.run(press(310, 20));
     EXPECT_EQ(s.h.ui.active(), "");
@@ -228,8 +211,6 @@ TEST(UiPopup, TheOpenListIsDrawnAfterEverythingElse) {
     EXPECT_EQ(static_cast<int>(commands[backdrops[0] + 1].slot[0]), kind_glass);
     EXPECT_FLOAT_EQ(commands[backdrops[0] + 1].slot[2], 44);
 }
-
-// ---- controls -------------------------------------------------------------------------------------
 
 TEST(UiControls, TogglesReportOnlyRealChanges) {
     Harness h;
@@ -317,8 +298,6 @@ TEST(UiControls, MaterialSettingsNeverLeaveTheThemeInvalid) {
     h.frame(Input{}, [&] { EXPECT_THROW(group(), std::invalid_argument); });
 }
 
-// ---- text and number fields -------------------------------------------------------------------------
-
 struct FieldScene {
     Harness h;
     std::string text;
@@ -334,7 +313,7 @@ struct FieldScene {
     }
 };
 
-TEST(UiTextField, EditsInWholeCodePointsOnlyWhenFocused) {
+TEST(UiTextField, EditsInWholeCodePointsOnlyWhenFocusedAndThePointerPlacesTheCaret) {
     FieldScene s;
     s.run(typed("ignored"));
     EXPECT_FALSE(s.h.ui.text_input());
@@ -345,10 +324,8 @@ TEST(UiTextField, EditsInWholeCodePointsOnlyWhenFocused) {
     EXPECT_EQ(s.text, "你");
     s.run(Input{});
     EXPECT_EQ(s.changes, 2);
-}
 
-TEST(UiTextField, ThePointerPlacesTheCaretAndDragsASelection) {
-    FieldScene s("abcdef");
+    s.text = "abcdef";
     s.click(110 + 8.4f * 2 + 1); // past the middle of "b"
     s.run(typed("X"));
     EXPECT_EQ(s.text, "abXcdef");

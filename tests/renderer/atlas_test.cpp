@@ -15,7 +15,7 @@ TEST(RasterSize, RoundsTwiceTheDeviceSizeAndNeverReachesZero) {
     EXPECT_EQ(atlas::raster_size(16384, 1e30f), 65535);
 }
 
-TEST(Shelf, ACellEndingExactlyAtTheEdgeStaysOnTheRow) {
+TEST(Shelf, ACellEndingAtTheRightEdgeStaysOnTheRowAndOneCrossingTheBottomDoesNotFit) {
     atlas::Shelf shelf;
     ASSERT_TRUE(shelf.fit(2000, 30));
     shelf.take(2000, 30);
@@ -31,15 +31,13 @@ TEST(Shelf, ACellEndingExactlyAtTheEdgeStaysOnTheRow) {
     EXPECT_EQ(wider.x, 0);
     EXPECT_EQ(wider.y, 30);
     EXPECT_EQ(wider.row_height, 0);
-}
 
-TEST(Shelf, FullWhenACellWouldCrossTheBottom) {
-    atlas::Shelf shelf;
-    shelf.y = 2000;
-    EXPECT_TRUE(shelf.fit(10, 48));
-    EXPECT_FALSE(shelf.fit(10, 49));
-    shelf.take(10, 48);
-    EXPECT_FALSE(shelf.fit(2048, 1)); // wraps below the last row, where nothing is left
+    atlas::Shelf low;
+    low.y = 2000;
+    EXPECT_TRUE(low.fit(10, 48));
+    EXPECT_FALSE(low.fit(10, 49));
+    low.take(10, 48);
+    EXPECT_FALSE(low.fit(2048, 1)); // wraps below the last row, where nothing is left
 }
 
 TEST(CodePointWalk, SurrogatePairsJoinAndALoneHighSurrogateAtTheEndStandsAlone) {

@@ -1,6 +1,9 @@
 // save_png: what lands in the file, and where failures are caught.
 #include "velmora/renderer/png.hpp"
 
+#include "../thrown.hpp"
+
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -12,6 +15,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using velmora::test::thrown;
 using velmora::ui::Pixels;
 using velmora::ui::save_png;
 
@@ -59,29 +63,19 @@ TEST_F(PngTest, EveryByteRoundTripsIncludingTransparentPixels) {
     EXPECT_EQ(load(path).data, pattern(2, 3).data);
 }
 
-TEST_F(PngTest, ABadRecordIsRejectedBeforeAnyFileIsOpened) {
+TEST_F(PngTest, ABadRecordIsRefusedBeforeAnyFileIsOpenedAndAMissingDirectoryWithTheSystemCode) {
     Pixels shorter = pattern(4, 4);
     shorter.data.pop_back();
     const fs::path path = dir / "never.png";
     for (const Pixels& bad : {shorter, Pixels{0, 4, {}}, Pixels{4, -1, std::vector<std::uint8_t>(16)},
                               Pixels{2, 2, std::vector<std::uint8_t>(17)}}) {
-        try {
-            save_png(path.string(), bad);
-            ADD_FAILURE() << "accepted " << bad.width << "x" << bad.height;
-        } catch (const std::invalid_argument& e) {
-            EXPECT_STREQ(e.what(), "PNG dimensions");
-        }
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { save_png(path.string(), bad); }), "PNG dimensions")
+            << bad.width << "x" << bad.height;
         EXPECT_FALSE(fs::exists(path));
     }
-}
-
-TEST_F(PngTest, AMissingDirectoryFailsAsOutputWithTheSystemCode) {
-    try {
-        save_png((dir / "absent" / "x.png").string(), pattern(1, 1));
-        ADD_FAILURE() << "no exception";
-    } catch (const std::runtime_error& e) {
-        EXPECT_EQ(std::string(e.what()), "PNG output (errno=" + std::to_string(ENOENT) + ")");
-    }
+    EXPECT_EQ(
+        thrown<std::runtime_error>([&] { save_png((dir / "absent" / "x.png").string(), pattern(1, 1)); }),
+        "PNG output (errno=" + std::to_string(ENOENT) + ")");
 }
 
 TEST_F(PngTest, ANonAsciiNameIsWrittenUnderThatName) {

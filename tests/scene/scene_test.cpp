@@ -109,7 +109,7 @@ TEST(SceneFocus, OrderStopsAtModalBarrierButNotAtKeepFocusPopup) {
     EXPECT_EQ(scene.hovered(), nullptr);
 }
 
-TEST(SceneOverlays, ShowValidatesPlacesAndReorders) {
+TEST(SceneOverlays, ShowValidatesPlacesAndReordersAndPopupsReplacePopups) {
     ui::Scene scene;
     scene.layout(800, 600);
     EXPECT_EQ(thrown<std::invalid_argument>([&] { scene.show(nullptr, false, false, {}, false); }),
@@ -141,20 +141,17 @@ TEST(SceneOverlays, ShowValidatesPlacesAndReorders) {
     scene.close_top();
     EXPECT_EQ(huge->scene, nullptr);
     EXPECT_EQ(scene.overlays().size(), 2u);
-}
 
-TEST(SceneOverlays, PopupReplacesPopupButNotModal) {
-    ui::Scene scene;
-    scene.layout(800, 600);
+    // A popup replaces the popup on top, but not one beneath a modal.
     auto first = overlay_panel();
     auto second = overlay_panel();
     scene.show(first, false, true, {0, 0}, false);
     scene.show(second, false, true, {0, 0}, false);
-    ASSERT_EQ(scene.overlays().size(), 1u);
+    ASSERT_EQ(scene.overlays().size(), 3u);
     EXPECT_EQ(scene.overlays().back().widget, second);
     scene.show(overlay_panel(), true, false, {0, 0}, false);
     scene.show(first, false, true, {0, 0}, false);
-    EXPECT_EQ(scene.overlays().size(), 3u);
+    EXPECT_EQ(scene.overlays().size(), 5u);
 }
 
 TEST(SceneNotices, PlacementAndExpiry) {

@@ -1,4 +1,4 @@
-// Widget: tree edits, placing, hit testing and drawing.
+// Widget: tree edits, callbacks, placing, hit testing and drawing.
 #include "frame_driver.hpp"
 
 #include "velmora/scene/scene.hpp"
@@ -69,64 +69,52 @@ TEST(WidgetTree, RemoveDetachesAndDropsFocusPressAndHover) {
     EXPECT_EQ(inner->count(ui::focus_lost_event), 1);
 }
 
-TEST(WidgetCallbacks, ActivateNeedsEnabledChangedDoesNot) {
+TEST(WidgetCallbacks, ActivateNeedsEnabledAndSurvivesDestroyingItsWidget) {
     auto w = widget();
     int activations = 0, changes = 0;
     w->on_activate = [&](ui::Widget&) { ++activations; };
     w->on_change = [&](ui::Widget&) { ++changes; };
     w->enabled = false;
     w->activate();
-    w->changed();
+    w->changed(); // a change is reported even while disabled
     EXPECT_EQ(activations, 0);
     EXPECT_EQ(changes, 1);
-}
 
-TEST(WidgetCallbacks, CallbackSurvivesDestroyingItsWidget) {
     auto holder = std::make_shared<std::shared_ptr<ui::Widget>>(widget());
-    int runs = 0;
-    (*holder)->on_activate = [holder, &runs](ui::Widget&) {
+    (*holder)->on_activate = [holder, &activations](ui::Widget&) {
         holder->reset(); // destroys the widget that is running this callback
-        ++runs;
+        ++activations;
     };
     (*holder)->activate();
-    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(activations, 1);
     EXPECT_EQ(*holder, nullptr);
 }
 
-TEST(WidgetPlace, ComputesScreenBoundsAndClips) {
+TEST(WidgetPlace, ComputesScreenBoundsAndClipsAndChecksVisibleBoundsOnly) {
     ui::Scene scene;
+    const ui::Rect screen{0, 0, 800, 600};
     auto outer = widget({10, 20, 100, 100});
     outer->clips_children = true;
     auto inner = outer->emplace<ui::Widget>();
     inner->bounds = {80, 5, 50, 10};
-    outer->place(scene, {1, 2}, {0, 0, 800, 600});
+    outer->place(scene, {1, 2}, screen);
     EXPECT_FLOAT_EQ(inner->screen_bounds.x, 91);
     EXPECT_FLOAT_EQ(inner->screen_bounds.y, 27);
     EXPECT_FLOAT_EQ(inner->clip.w, 20); // cut by the parent's clip
     EXPECT_EQ(inner->scene, &scene);
-
     outer->clips_children = false;
-    outer->place(scene, {1, 2}, {0, 0, 800, 600});
+    outer->place(scene, {1, 2}, screen);
     EXPECT_FLOAT_EQ(inner->clip.w, 50);
-}
 
-TEST(WidgetPlace, RejectsBadBoundsOfVisibleWidgetsOnly) {
-    ui::Scene scene;
-    auto outer = widget();
-    auto child = outer->emplace<ui::Widget>();
-    child->bounds.h = -1;
-    child->visible = false;
-    EXPECT_NO_THROW(outer->place(scene, {}, {0, 0, 800, 600}));
-    child->visible = true;
-    EXPECT_EQ(thrown<std::invalid_argument>([&] {
-                  outer->place(scene, {}, {0, 0, 800, 600});
-              }),
-              "Invalid widget bounds");
-    child->bounds = {NAN, 0, 1, 1};
-    EXPECT_EQ(thrown<std::invalid_argument>([&] {
-                  outer->place(scene, {}, {0, 0, 800, 600});
-              }),
-              "Invalid widget bounds");
+    inner->bounds.h = -1;
+    inner->visible = false;
+    EXPECT_NO_THROW(outer->place(scene, {}, screen));
+    inner->visible = true;
+    for (ui::Rect bad : {ui::Rect{80, 5, 50, -1}, ui::Rect{NAN, 0, 1, 1}}) {
+        inner->bounds = bad;
+        EXPECT_EQ(thrown<std::invalid_argument>([&] { outer->place(scene, {}, screen); }),
+                  "Invalid widget bounds");
+    }
 }
 
 TEST(WidgetHit, TopmostEnabledAndHitThrough) {
@@ -148,15 +136,15 @@ TEST(WidgetHit, TopmostEnabledAndHitThrough) {
     EXPECT_EQ(panel->hit({10, 10}), nullptr);
 }
 
-TEST(WidgetDraw, RecordsOnlyWhatIsVisible) {
+TEST(WidgetDraw, RecordsOnlyWhatIsVisibleAndSurfacesPreferSelectionOverHover) {
     ui::Scene scene;
     ui::Canvas canvas;
     canvas.begin(800, 600, scene.theme);
+    ui::PaintContext context{canvas, scene, scene.theme, 0};
     auto shown = std::make_shared<ui::Panel>("");
     auto clipped = shown->emplace<ui::Widget>();
     clipped->bounds = {1000, 0, 10, 10}; // outside the parent's clip
     shown->place(scene, {}, {0, 0, 800, 600});
-    ui::PaintContext context{canvas, scene, scene.theme, 0};
     shown->draw(context);
     EXPECT_EQ(scene.rendered_names(), (std::set<std::string>{"Panel"}));
     EXPECT_EQ(scene.rendered_kinds(), (std::set<ui::ControlKind>{ui::ControlKind::Panel}));
@@ -168,22 +156,16 @@ TEST(WidgetDraw, RecordsOnlyWhatIsVisible) {
     }
     EXPECT_EQ(glass, 1u);
     EXPECT_EQ(clips, 1u); // panels clip their children
-}
 
-TEST(WidgetSurface, SelectionWinsOverHoverAndFocusAddsRing) {
-    ui::Scene scene;
-    ui::Canvas canvas;
-    canvas.begin(800, 600, scene.theme);
-    ui::PaintContext context{canvas, scene, scene.theme, 0};
     auto w = widget();
     w->hovered = true;
-    w->surface(context, true, -1);
-    ASSERT_EQ(canvas.commands().size(), 2u);
-    EXPECT_EQ(command_color(canvas.commands()[1]), scene.theme.selection);
-    EXPECT_FLOAT_EQ(canvas.commands()[1].slot[5], scene.theme.radius);
-
-    canvas.begin(800, 600, scene.theme);
-    w->surface(context, false, 4);
-    ASSERT_EQ(canvas.commands().size(), 2u);
-    EXPECT_EQ(command_color(canvas.commands()[1]), scene.theme.hover);
+    for (bool selected : {true, false}) {
+        canvas.begin(800, 600, scene.theme);
+        w->surface(context, selected, selected ? -1 : 4);
+        ASSERT_EQ(canvas.commands().size(), 2u);
+        EXPECT_EQ(command_color(canvas.commands()[1]), selected ? scene.theme.selection : scene.theme.hover);
+        if (selected) { // -1 asks for the theme's radius
+            EXPECT_FLOAT_EQ(canvas.commands()[1].slot[5], scene.theme.radius);
+        }
+    }
 }
