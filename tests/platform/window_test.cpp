@@ -113,6 +113,10 @@ TEST(WindowCreate, HiddenWindowHasTheSizeAndABackBufferToDrawTo) {
     EXPECT_EQ(window.width(), 96);
     EXPECT_EQ(window.height(), 64);
     EXPECT_FLOAT_EQ(window.dpi_scale(), 1);
+    // A logical frame stretched over the client area, each axis on its own.
+    const ui::Vec2 mapped = window.to_logical({48, 16}, {1280, 800});
+    EXPECT_FLOAT_EQ(mapped.x, 640);
+    EXPECT_FLOAT_EQ(mapped.y, 200);
 
     using ClearColor = void (*)(float, float, float, float);
     using Clear = void (*)(unsigned);
