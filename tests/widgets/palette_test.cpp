@@ -49,7 +49,6 @@ TEST_F(Palette, CtrlKOpensAndTypingFiltersBySubstringFoldingAsciiOnly) {
     EXPECT_TRUE(scene.overlays().empty());
     open(); // the search survives closing
     EXPECT_EQ(palette->list->items.size(), 2u);
-
     const std::vector<std::pair<std::string, Titles>> cases = {
         {"打开", {"打开设置"}},
         {"éditer", {}}, // É and é differ in their bytes
@@ -70,7 +69,6 @@ TEST_F(Palette, ArrowsMoveTheListAndEnterRunsAfterClosing) {
     run.key(ui::vk::enter);
     EXPECT_EQ(ran, (Titles{"Close window"}));
     EXPECT_FALSE(open_while_running);
-
     // Up from the first row clears the selection instead of wrapping; Enter then does nothing.
     open();
     palette->list->select(0);
@@ -79,7 +77,6 @@ TEST_F(Palette, ArrowsMoveTheListAndEnterRunsAfterClosing) {
     run.key(ui::vk::enter);
     EXPECT_EQ(ran.size(), 1u);
     EXPECT_EQ(scene.overlays().size(), 1u);
-
     const ui::Rect list = palette->list->screen_bounds; // a double press on a row runs it too
     run.click({list.x + 40, list.y + 15});
     run.click({list.x + 40, list.y + 15});
@@ -94,7 +91,6 @@ TEST_F(Palette, NoMatchLeavesNothingToRunAndNewCommandsAreFilteredAtOnce) {
     palette->execute(7);
     EXPECT_TRUE(ran.empty());
     EXPECT_EQ(scene.overlays().size(), 1u);
-
     palette->command("zzz top", {});
     palette->command("Buzzz", {});
     palette->list->select(1);
