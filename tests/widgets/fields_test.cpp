@@ -76,7 +76,6 @@ TEST(SearchFieldBehaviour, ClearMarkIsOneEditAndEnterEscapeArrowsGoToTheParent) 
     EXPECT_EQ(s.changes, 2);
     s.key(90, true);
     EXPECT_EQ(s.field->value(), "查询 text");
-
     auto parent = s.scene.root()->emplace<Probe>("", ui::Rect{0, 100, 400, 100});
     auto field = parent->emplace<ui::SearchField>("q");
     int submits = 0;
@@ -205,7 +204,6 @@ TEST(AutoCompleteBehaviour, TypingOpensMatchesThatKeysNavigate) {
     EXPECT_FALSE(s.field->suggestions_open());
     s.key(90, true);
     EXPECT_EQ(s.field->value(), "vel");
-
     s.run.type("m");
     s.key(27); // closes the list and nothing else
     EXPECT_FALSE(s.field->suggestions_open());
@@ -247,7 +245,6 @@ TEST(ComboBoxBehaviour, DropButtonListsEveryOption) {
     s.pause();
     s.run.click(right_inset(*s.field)); // the press outside the popup closes it
     EXPECT_FALSE(s.field->suggestions_open());
-
     s.focus();
     s.key(65, true);
     s.run.type("t");

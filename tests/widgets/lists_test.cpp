@@ -38,7 +38,6 @@ struct Lists : ::testing::Test {
     ui::Scene scene;
     FrameDriver run{scene};
 
-    // Adds a control, lays it out and gives it the focus.
     template <class T> std::shared_ptr<T> place(std::shared_ptr<T> w) {
         scene.root()->add(w);
         run.frame();
@@ -169,7 +168,6 @@ TEST(Trees, RefuseCyclesRepeatsAndDepthOver128) {
     a->node(chain(128));
     EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(chain(129)); }), "Tree cycle/depth");
     EXPECT_EQ(a->child_nodes.size(), 2u);
-
     ui::TreeView view;
     EXPECT_EQ(thrown<std::invalid_argument>([&] { view.root(nullptr); }), "Null tree root");
     view.root(chain(128));

@@ -33,7 +33,6 @@ template <class Picker> struct PickerScene {
         run.frame();
     }
 
-    // Focus, then a frame with Enter set.
     template <class Popup> std::shared_ptr<Popup> open() {
         scene.focus(picker);
         run.mark(&ui::Input::enter);
@@ -78,7 +77,6 @@ TEST(ColorPicker, PlaneHueAndPresetsChooseByPointer) {
     s.run.click(s.centre(popup->preset(6)));
     EXPECT_EQ(s.picker->value(), ui::ColorPopup::presets[6]);
     EXPECT_EQ(popup->hex_field->value(), ui::ColorPicker::hex(ui::ColorPopup::presets[6]));
-    // A press outside dismisses the popup and keeps the colour.
     const unsigned kept = s.picker->value();
     s.run.click({1200, 700});
     EXPECT_TRUE(s.scene.overlays().empty());
@@ -105,7 +103,6 @@ TEST(ColorPicker, KeyboardAndHexFieldInThePopup) {
     s.run.type("x"); // not a colour: nothing changes
     s.run.key(ui::vk::enter);
     EXPECT_EQ(s.picker->value(), 0x8000FF00u);
-    // Enter on the popup closes it and gives the focus back.
     s.scene.focus(popup);
     s.run.key(ui::vk::enter);
     EXPECT_TRUE(s.scene.overlays().empty());
@@ -155,7 +152,6 @@ TEST(DatePicker, CalendarChoosesByKeyboard) {
     EXPECT_EQ(s.changes, 1);
     EXPECT_TRUE(s.scene.overlays().empty());
     EXPECT_EQ(s.scene.focus(), s.picker);
-    // Escape leaves the value alone.
     ASSERT_TRUE(s.open<ui::Calendar>());
     s.run.key(ui::vk::left);
     s.run.key(ui::vk::escape);
@@ -179,7 +175,6 @@ TEST(DatePicker, CalendarChoosesByPointer) {
     EXPECT_EQ(s.picker->value(), (Date{2024, 2, 29}));
     EXPECT_EQ(s.changes, 1);
     EXPECT_TRUE(s.scene.overlays().empty());
-    // Choosing the day already set reports nothing.
     calendar = s.open<ui::Calendar>();
     ASSERT_TRUE(calendar);
     s.run.key(ui::vk::space);
@@ -194,7 +189,6 @@ TEST(TimePicker, SpinnersEditTheTime) {
     s.run.key(ui::vk::up);
     EXPECT_EQ(s.picker->value(), (ui::Time{9, 31}));
     EXPECT_EQ(s.changes, 1);
-    // Hours stop at 23.
     s.scene.focus(s.picker->hour_spinner);
     s.picker->value({23, 0});
     EXPECT_EQ(s.changes, 2); // one report for hour and minute together

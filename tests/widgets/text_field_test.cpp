@@ -33,7 +33,6 @@ TEST(TextFieldEditing, TypesAndDeletesWholeCodePointsAndWords) {
     s.key(37);
     s.key(46);
     EXPECT_EQ(s.field->value(), "ab");
-
     s.field->value("hello 世界 ok");
     s.key(8, true);
     EXPECT_EQ(s.field->value(), "hello 世界 ");
@@ -50,7 +49,6 @@ TEST(TextFieldEditing, PasteFiltersControlBytesAndRejectedInputChangesNothing) {
     area.focus();
     area.paste("a\r\nb\tc");
     EXPECT_EQ(area.field->value(), "a\nb\tc");
-
     Single r(line_box, "abc");
     r.field->max_length = 5;
     r.focus();
@@ -77,7 +75,6 @@ TEST(TextFieldEditing, ReadOnlyCopiesButMaskedNeverReachesTheClipboard) {
     s.keys({65, 88, 67}, true);
     EXPECT_EQ(s.field->value(), "固定 text");
     EXPECT_EQ(s.clipboard, std::vector<std::string>{"固定 text"}); // from the copy; the cut copied nothing
-
     s.field->read_only = false;
     s.field->masked = true;
     s.keys({65, 67, 88}, true);
@@ -123,7 +120,6 @@ TEST(TextFieldHistory, KeepsTheLastHundredStatesAndValueKeepsThemOnlyForTheSameT
     EXPECT_EQ(field.value(), "x"); // the state after the first edit; the empty start is gone
     for (int i = 0; i < 100; ++i) field.redo();
     EXPECT_EQ(field.value(), std::string(101, 'x'));
-
     field.move(1, false);
     field.value(std::string(101, 'x'));
     EXPECT_EQ(field.caret, 1u);
@@ -140,7 +136,6 @@ TEST(TextFieldSelection, BoundariesWalkBackAndKeysExtendCollapseCopyAndCut) {
     field.value("foo  中文字 bar"); // foo 0-3, 中文字 5-14, bar 15-18
     EXPECT_EQ(field.word(6, 1), 15u);
     EXPECT_EQ(field.word(15, -1), 5u); // back past the white space
-
     Single s(line_box, "hello world");
     s.focus();
     s.key(36);
@@ -174,7 +169,6 @@ TEST(TextFieldPointer, ClickShiftClickDragAndDoubleClick) {
     // Midpoints decide: the left half of a code point is before it.
     EXPECT_EQ(s.field->position({s.at(0).x + glyph / 2 - 1.1f, 0}), 0u);
     EXPECT_EQ(s.field->position({s.at(0).x + glyph / 2 - 0.9f, 0}), 1u);
-
     s.field->value("one two  three");
     for (int k : {5, 7}) { // a word with its space; on white space, from the previous word's start
         s.double_click(s.at(k));
@@ -267,14 +261,12 @@ TEST(TextFieldComposition, PreeditShowsInlineThenCommitMakesOneEdit) {
     EXPECT_NE(log.find("a你b"), nullptr);
     EXPECT_EQ(s.field->value(), "ab");
     EXPECT_TRUE(s.field->undo_stack.empty());
-
     s.run.type("你"); // the platform clears the composition as the text arrives
     EXPECT_EQ(s.field->value(), "a你b");
     EXPECT_EQ(s.field->caret, 4u);
     EXPECT_TRUE(s.field->composition().text.empty());
     EXPECT_EQ(s.field->undo_stack.size(), 1u);
     EXPECT_EQ(s.changes, 1);
-
     s.scene.focus(nullptr);
     s.run.frame(preedit); // an unfocused field ignores compositions
     EXPECT_TRUE(s.field->composition().text.empty());
@@ -292,7 +284,6 @@ TEST(TextFieldComposition, CancelLeavesNothingBehind) {
     EXPECT_EQ(s.field->value(), "ab");
     EXPECT_TRUE(s.field->undo_stack.empty());
     EXPECT_EQ(s.changes, 0);
-
     s.field->compose("中", 2); // a cursor inside a code point snaps back
     EXPECT_EQ(s.field->composition().cursor, 0u);
     s.scene.focus(nullptr); // leaving the field drops the composition
