@@ -232,6 +232,12 @@ TEST(TextFieldPaint, CaretScrollsIntoViewAndMaskHidesTheText) {
     s.focus();
     s.key(35);
     EXPECT_FLOAT_EQ(s.field->scroll_x, 31 * glyph - (100 - 20 - 3));
+    s.field->bounds.w = 400; // grown until the text fits: nothing stays scrolled away
+    s.run.frame();
+    EXPECT_FLOAT_EQ(s.field->scroll_x, 0);
+    s.field->bounds.w = 100; // shrunk again: the caret at the end comes back into view
+    s.run.frame();
+    EXPECT_FLOAT_EQ(s.field->scroll_x, 31 * glyph - (100 - 20 - 3));
     s.key(36);
     EXPECT_FLOAT_EQ(s.field->scroll_x, 0);
     TextLog log;
