@@ -109,6 +109,26 @@ TEST(SceneFocus, OrderStopsAtModalBarrierButNotAtKeepFocusPopup) {
     EXPECT_EQ(scene.hovered(), nullptr);
 }
 
+TEST(SceneOverlays, PopupsOpenBelowTheirControlOrAboveWhereOnlyThereIsRoom) {
+    ui::Scene scene;
+    scene.layout(800, 600);
+    const struct {
+        ui::Rect anchor;
+        float height;
+        float y;
+    } cases[] = {
+        {{10, 100, 200, 36}, 300, 140}, // room below
+        {{10, 500, 200, 36}, 300, 196}, // room above only
+        {{10, 350, 200, 36}, 400, 0},   // neither: above has more room; it starts at the top
+        {{10, 200, 200, 36}, 500, 240}, // neither: below has more
+    };
+    for (const auto& c : cases) {
+        const ui::Vec2 at = scene.popup_position(c.anchor, {200, c.height});
+        EXPECT_FLOAT_EQ(at.x, 10);
+        EXPECT_FLOAT_EQ(at.y, c.y) << "control at y " << c.anchor.y;
+    }
+}
+
 TEST(SceneOverlays, ShowValidatesPlacesAndReordersAndPopupsReplacePopups) {
     ui::Scene scene;
     scene.layout(800, 600);

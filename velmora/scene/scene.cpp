@@ -191,6 +191,16 @@ void Scene::show(std::shared_ptr<Widget> widget, bool modal, bool popup, Vec2 po
     focus(order.empty() ? nullptr : order.front());
 }
 
+Vec2 Scene::popup_position(Rect anchor, Vec2 popup) const {
+    constexpr float gap = 4;
+    const float below = anchor.y + anchor.h + gap;
+    const float above = anchor.y - gap - popup.y;
+    const float room_below = size_.y - below;
+    const float room_above = anchor.y - gap;
+    const bool up = room_below < popup.y && (room_above >= popup.y || room_above > room_below);
+    return {anchor.x, up ? std::max(above, 0.0f) : below};
+}
+
 void Scene::close(const Widget* widget) {
     auto at = std::find_if(overlays_.begin(), overlays_.end(),
                            [widget](const Overlay& o) { return o.widget.get() == widget; });

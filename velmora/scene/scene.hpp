@@ -92,6 +92,10 @@ public:
     // A negative coordinate centres on that axis. Throws std::invalid_argument
     // "Overlay must be unattached" for a null widget or one with a parent.
     void show(std::shared_ptr<Widget> widget, bool modal, bool popup, Vec2 position, bool keep_focus);
+    // Where a popup of `popup` size opens for a control at `anchor` (screen units): 4 units
+    // under it, or as far above it when only there it fits whole, so that the popup doesn't
+    // cover the control; when it fits on neither side, the side with more room. show() clamps.
+    Vec2 popup_position(Rect anchor, Vec2 popup) const;
     void close(const Widget* widget);
     void close_top();
     void notify(std::shared_ptr<Notification> notification, double seconds);

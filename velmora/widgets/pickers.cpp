@@ -22,15 +22,17 @@ namespace velmora::ui {
 
 namespace {
 
-constexpr float popup_gap = 4; // between a picker and its popup
 constexpr float colour_step = 0.02f;
 constexpr float hue_step = 1.0f / 36;
 constexpr int hue_segments = 48;
 
 bool focused_here(const Widget& w) { return w.scene && w.scene->focus().get() == &w; }
 
-// Screen-space popup position just under a control.
-Vec2 below(const Widget& w) { return {w.screen_bounds.x, w.screen_bounds.y + w.screen_bounds.h + popup_gap}; }
+// Shows a picker's popup under the picker, or above it where there is room only there.
+void show_popup(Widget& picker, std::shared_ptr<Widget> popup) {
+    const Vec2 at = picker.scene->popup_position(picker.screen_bounds, {popup->bounds.w, popup->bounds.h});
+    picker.scene->show(std::move(popup), false, true, at, false);
+}
 
 Rect offset(const Widget& w, Rect local) {
     return {w.screen_bounds.x + local.x, w.screen_bounds.y + local.y, local.w, local.h};
@@ -284,7 +286,7 @@ bool ColorPicker::parse_hex(std::string_view text, unsigned& argb) {
 void ColorPicker::open_popup() {
     if (!scene) return;
     auto self = std::static_pointer_cast<ColorPicker>(shared_from_this());
-    scene->show(std::make_shared<ColorPopup>(self, value_), false, true, below(*this), false);
+    show_popup(*this, std::make_shared<ColorPopup>(self, value_));
 }
 
 void ColorPicker::event(Event& e) {
@@ -488,7 +490,7 @@ void DatePicker::value(Date day) {
 void DatePicker::open_popup() {
     if (!scene) return;
     auto self = std::static_pointer_cast<DatePicker>(shared_from_this());
-    scene->show(std::make_shared<Calendar>(self, value_), false, true, below(*this), false);
+    show_popup(*this, std::make_shared<Calendar>(self, value_));
 }
 
 void DatePicker::event(Event& e) {
