@@ -68,8 +68,10 @@ int main(int argc, char** argv) {
             // The input method's candidate window follows the caret, back in window units.
             const Rect caret = scene.text_input_rect();
             if (caret.h > 0) {
-                const Vec2 unit = window.to_logical({1, 1}, {gallery::logical_width, gallery::logical_height});
-                window.text_input_rect({caret.x / unit.x, caret.y / unit.y, caret.w / unit.x, caret.h / unit.y});
+                const Vec2 unit =
+                    window.to_logical({1, 1}, {gallery::logical_width, gallery::logical_height});
+                window.text_input_rect(
+                    {caret.x / unit.x, caret.y / unit.y, caret.w / unit.x, caret.h / unit.y});
             }
             window.swap();
             if (smoke && frame == 3) return 0;

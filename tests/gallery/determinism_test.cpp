@@ -46,7 +46,8 @@ public:
         for (int i = 0; i < 2; ++i) {
             scene.content()->scroll(scene.content()->max_scroll());
             renderer.background(width, height, 1.0f, scene.theme, true);
-            renderer.begin(canvas, width, height, gallery::logical_width, gallery::logical_height, scene.theme);
+            renderer.begin(canvas, width, height, gallery::logical_width, gallery::logical_height,
+                           scene.theme);
             scene.frame(canvas, {}, 1.0);
             renderer.render(canvas, width, height, {-1, -1}, 0, GL_BACK);
         }

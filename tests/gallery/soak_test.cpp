@@ -81,8 +81,8 @@ constexpr double step = 1.0 / 60;
 // ---- GL object census ----------------------------------------------------------------------
 
 struct GlObjects {
-    int textures = 0, buffers = 0, framebuffers = 0, renderbuffers = 0, arrays = 0, programs = 0,
-        shaders = 0, samplers = 0;
+    int textures = 0, buffers = 0, framebuffers = 0, renderbuffers = 0, arrays = 0, programs = 0, shaders = 0,
+        samplers = 0;
     bool operator==(const GlObjects&) const = default;
 };
 
@@ -114,7 +114,8 @@ GlObjects census() {
 // Walks the tree checking parent and scene links; returns whether `w` is reachable.
 bool linked(const ui::Widget& w, const ui::Scene& scene, std::string& fault) {
     // A widget that has not been placed yet has no scene.
-    if (w.scene && w.scene != &scene) fault = std::string(w.class_name()) + " in the tree has a foreign scene";
+    if (w.scene && w.scene != &scene)
+        fault = std::string(w.class_name()) + " in the tree has a foreign scene";
     for (const auto& child : w.children) {
         if (!child || child->parent != &w) {
             fault = std::string(w.class_name()) + " has a child whose parent is another widget";
@@ -143,10 +144,12 @@ std::string consistency(gallery::Gallery& scene) {
         if (o.widget->parent) return std::string("overlay ") + o.widget->class_name() + " has a parent";
         if (!linked(*o.widget, scene, fault)) return fault;
     }
-    const std::pair<const char*, const ui::Widget*> refs[] = {
-        {"focus", scene.focus().get()}, {"hovered", scene.hovered().get()}, {"pressed", scene.pressed().get()}};
+    const std::pair<const char*, const ui::Widget*> refs[] = {{"focus", scene.focus().get()},
+                                                              {"hovered", scene.hovered().get()},
+                                                              {"pressed", scene.pressed().get()}};
     for (const auto& [name, w] : refs)
-        if (w && !attached(scene, w)) return std::string(name) + " widget " + w->class_name() + " is detached";
+        if (w && !attached(scene, w))
+            return std::string(name) + " widget " + w->class_name() + " is detached";
     return {};
 }
 
@@ -159,29 +162,44 @@ public:
     explicit Monkey(unsigned seed) : rng(seed) {}
 
     std::mt19937 rng;
-    ui::Input state;      // what lasts across polls
+    ui::Input state; // what lasts across polls
     std::string clipboard = "剪贴板 clip";
-    std::string last;     // what the last frame did, for failure messages
+    std::string last; // what the last frame did, for failure messages
 
     ui::Input next() {
         ui::Input in = state;
         ui::begin_poll(in);
         const int roll = pick(1000);
-        if (roll < 300) move(in);
-        else if (roll < 380) button(in);
-        else if (roll < 450) click(in);
-        else if (roll < 470) right_click(in);
-        else if (roll < 530) wheel(in);
-        else if (roll < 650) key(in);
-        else if (roll < 700) tab(in);
-        else if (roll < 760) type(in, ascii[pick(std::size(ascii))]);
-        else if (roll < 800) type(in, chinese[pick(std::size(chinese))]);
-        else if (roll < 830) compose(in);
-        else if (roll < 870) shortcut(in);
-        else if (roll < 880) palette(in);
-        else if (roll < 890) escape(in);
-        else if (roll < 893) lose_focus(in);
-        else last = "idle";
+        if (roll < 300)
+            move(in);
+        else if (roll < 380)
+            button(in);
+        else if (roll < 450)
+            click(in);
+        else if (roll < 470)
+            right_click(in);
+        else if (roll < 530)
+            wheel(in);
+        else if (roll < 650)
+            key(in);
+        else if (roll < 700)
+            tab(in);
+        else if (roll < 760)
+            type(in, ascii[pick(std::size(ascii))]);
+        else if (roll < 800)
+            type(in, chinese[pick(std::size(chinese))]);
+        else if (roll < 830)
+            compose(in);
+        else if (roll < 870)
+            shortcut(in);
+        else if (roll < 880)
+            palette(in);
+        else if (roll < 890)
+            escape(in);
+        else if (roll < 893)
+            lose_focus(in);
+        else
+            last = "idle";
         state.mouse = in.mouse;
         state.mouse_down = in.mouse_down;
         state.composition = in.composition;
@@ -211,13 +229,17 @@ private:
 
     void move(ui::Input& in) {
         // Mostly small steps, which drag what is held; now and then a jump anywhere.
-        if (pick(4) == 0 || in.mouse.x < 0) in.mouse = {uniform(0, 1280), uniform(0, 800)};
-        else in.mouse = {in.mouse.x + uniform(-40, 40), in.mouse.y + uniform(-40, 40)};
+        if (pick(4) == 0 || in.mouse.x < 0)
+            in.mouse = {uniform(0, 1280), uniform(0, 800)};
+        else
+            in.mouse = {in.mouse.x + uniform(-40, 40), in.mouse.y + uniform(-40, 40)};
         last = "move";
     }
     void button(ui::Input& in) {
-        if (in.mouse_down) in.mouse_released = true;
-        else in.mouse_pressed = true;
+        if (in.mouse_down)
+            in.mouse_released = true;
+        else
+            in.mouse_pressed = true;
         in.mouse_down = !in.mouse_down;
         last = in.mouse_down ? "press" : "release";
     }
@@ -237,10 +259,10 @@ private:
         last = "wheel";
     }
     void key(ui::Input& in) {
-        static constexpr unsigned keys[] = {ui::vk::left,   ui::vk::right,     ui::vk::up,         ui::vk::down,
-                                            ui::vk::home,   ui::vk::end,       ui::vk::page_up,    ui::vk::page_down,
-                                            ui::vk::enter,  ui::vk::space,     ui::vk::backspace,  ui::vk::delete_key,
-                                            ui::vk::f1 + 1, ui::vk::digit_0 + 7};
+        static constexpr unsigned keys[] = {
+            ui::vk::left,      ui::vk::right,      ui::vk::up,        ui::vk::down,       ui::vk::home,
+            ui::vk::end,       ui::vk::page_up,    ui::vk::page_down, ui::vk::enter,      ui::vk::space,
+            ui::vk::backspace, ui::vk::delete_key, ui::vk::f1 + 1,    ui::vk::digit_0 + 7};
         in.shift = pick(4) == 0;
         ui::apply_key(in, keys[pick(std::size(keys))]);
         last = "key " + std::to_string(in.key);
@@ -272,7 +294,8 @@ private:
         in.composition_cursor = 0;
     }
     void shortcut(ui::Input& in) {
-        static constexpr unsigned letters[] = {ui::vk::a, ui::vk::c, ui::vk::v, ui::vk::x, ui::vk::y, ui::vk::z};
+        static constexpr unsigned letters[] = {ui::vk::a, ui::vk::c, ui::vk::v,
+                                               ui::vk::x, ui::vk::y, ui::vk::z};
         in.ctrl = true;
         in.shift = pick(5) == 0;
         if (ui::apply_key(in, letters[pick(std::size(letters))])) in.paste = clipboard;
@@ -298,7 +321,8 @@ private:
 };
 
 unsigned soak_seed() {
-    if (const char* s = std::getenv("VELMORA_SOAK_SEED")) return static_cast<unsigned>(std::strtoul(s, nullptr, 10));
+    if (const char* s = std::getenv("VELMORA_SOAK_SEED"))
+        return static_cast<unsigned>(std::strtoul(s, nullptr, 10));
     return std::random_device{}();
 }
 
@@ -392,8 +416,9 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
               << "GL objects: " << gl_end << '\n'
               << "glyphs cached: " << soak.renderer.glyph_count() << " on " << soak.renderer.atlas_count()
               << " atlas pages\n"
-              << "frames with an overlay open: " << with_overlay << ", with a text field focused: " << with_text_focus
-              << "; page changes: " << page_changes << '\n';
+              << "frames with an overlay open: " << with_overlay
+              << ", with a text field focused: " << with_text_focus << "; page changes: " << page_changes
+              << '\n';
     EXPECT_GT(with_overlay, 0);
     EXPECT_GT(with_text_focus, 0);
     EXPECT_EQ(gl_end, gl_at_1000) << "GL objects at frame 1000: " << gl_at_1000;

@@ -92,7 +92,9 @@ protected:
             const GLenum all[] = {static_cast<GLenum>(values)...};
             return all[rng() % sizeof...(values)];
         };
-        auto number = [&](int lo, int hi) { return lo + static_cast<int>(rng() % static_cast<unsigned>(hi - lo + 1)); };
+        auto number = [&](int lo, int hi) {
+            return lo + static_cast<int>(rng() % static_cast<unsigned>(hi - lo + 1));
+        };
         auto coin = [&] { return rng() % 2 == 0; };
 
         glUseProgram(coin() ? program : 0);
@@ -116,19 +118,23 @@ protected:
         }
         glColorMaski(0, coin(), coin(), coin(), coin());
         auto factor = [&] {
-            return pick(GL_ZERO, GL_ONE, GL_SRC_COLOR, GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA, GL_CONSTANT_COLOR,
-                        GL_SRC_ALPHA_SATURATE);
+            return pick(GL_ZERO, GL_ONE, GL_SRC_COLOR, GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA,
+                        GL_CONSTANT_COLOR, GL_SRC_ALPHA_SATURATE);
         };
         const GLenum src_rgb = factor(), dst_rgb = factor(), src_alpha = factor(), dst_alpha = factor();
         glBlendFuncSeparate(src_rgb, dst_rgb, src_alpha, dst_alpha);
-        auto equation = [&] { return pick(GL_FUNC_ADD, GL_FUNC_SUBTRACT, GL_FUNC_REVERSE_SUBTRACT, GL_MIN, GL_MAX); };
+        auto equation = [&] {
+            return pick(GL_FUNC_ADD, GL_FUNC_SUBTRACT, GL_FUNC_REVERSE_SUBTRACT, GL_MIN, GL_MAX);
+        };
         const GLenum rgb = equation();
         glBlendEquationSeparate(rgb, equation());
         glSampleCoverage(static_cast<float>(number(0, 4)) / 4, coin());
         glSampleMaski(0, coin() ? 0u : 0xFFFFFFFFu);
         for (GLenum flag : saved_flags())
-            if (coin()) glEnable(flag);
-            else glDisable(flag);
+            if (coin())
+                glEnable(flag);
+            else
+                glDisable(flag);
         if (context->compatibility()) (coin() ? glEnable : glDisable)(GL_ALPHA_TEST);
         for (GLuint unit = 0; unit < 4; ++unit) {
             glActiveTexture(GL_TEXTURE0 + unit);
@@ -148,7 +154,8 @@ protected:
         glDepthMask(coin());
         glDepthRange(number(0, 4) / 8.0, number(4, 8) / 8.0);
         glStencilFuncSeparate(GL_FRONT, pick(GL_NEVER, GL_EQUAL, GL_ALWAYS), number(0, 255), number(0, 255));
-        glStencilOpSeparate(GL_BACK, pick(GL_KEEP, GL_ZERO, GL_INVERT), pick(GL_KEEP, GL_INCR), pick(GL_KEEP, GL_DECR));
+        glStencilOpSeparate(GL_BACK, pick(GL_KEEP, GL_ZERO, GL_INVERT), pick(GL_KEEP, GL_INCR),
+                            pick(GL_KEEP, GL_DECR));
         glStencilMask(static_cast<GLuint>(number(0, 255)));
         glClearColor(number(0, 8) / 8.0f, number(0, 8) / 8.0f, number(0, 8) / 8.0f, number(0, 8) / 8.0f);
         glClearDepth(number(0, 8) / 8.0);
@@ -163,8 +170,10 @@ protected:
         glPointSize(static_cast<float>(number(1, 8)));
         glHint(GL_FRAGMENT_SHADER_DERIVATIVE_HINT, pick(GL_DONT_CARE, GL_FASTEST, GL_NICEST));
         for (GLenum flag : untouched_flags())
-            if (coin()) glEnable(flag);
-            else glDisable(flag);
+            if (coin())
+                glEnable(flag);
+            else
+                glDisable(flag);
         glBindBuffer(GL_ARRAY_BUFFER, coin() ? buffers[0] : 0);
         glBindBuffer(GL_UNIFORM_BUFFER, coin() ? buffers[1] : 0);
         glBindBuffer(GL_COPY_READ_BUFFER, coin() ? buffers[0] : 0);
@@ -173,15 +182,26 @@ protected:
 
     // The enables the backend saves, and those it never touches.
     static std::vector<GLenum> saved_flags() {
-        return {GL_BLEND, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_SCISSOR_TEST, GL_COLOR_LOGIC_OP,
-                GL_SAMPLE_ALPHA_TO_COVERAGE, GL_SAMPLE_ALPHA_TO_ONE, GL_SAMPLE_COVERAGE, GL_SAMPLE_MASK,
-                GL_FRAMEBUFFER_SRGB, GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE0 + 3, GL_CLIP_DISTANCE0 + 7,
+        return {GL_BLEND,
+                GL_DEPTH_TEST,
+                GL_STENCIL_TEST,
+                GL_CULL_FACE,
+                GL_SCISSOR_TEST,
+                GL_COLOR_LOGIC_OP,
+                GL_SAMPLE_ALPHA_TO_COVERAGE,
+                GL_SAMPLE_ALPHA_TO_ONE,
+                GL_SAMPLE_COVERAGE,
+                GL_SAMPLE_MASK,
+                GL_FRAMEBUFFER_SRGB,
+                GL_CLIP_DISTANCE0,
+                GL_CLIP_DISTANCE0 + 3,
+                GL_CLIP_DISTANCE0 + 7,
                 GL_RASTERIZER_DISCARD};
     }
     static std::vector<GLenum> untouched_flags() {
-        return {GL_DITHER, GL_POLYGON_OFFSET_FILL, GL_POLYGON_OFFSET_LINE, GL_DEPTH_CLAMP, GL_MULTISAMPLE,
-                GL_PRIMITIVE_RESTART, GL_PROGRAM_POINT_SIZE, GL_LINE_SMOOTH, GL_POLYGON_SMOOTH,
-                GL_TEXTURE_CUBE_MAP_SEAMLESS};
+        return {GL_DITHER,         GL_POLYGON_OFFSET_FILL,      GL_POLYGON_OFFSET_LINE, GL_DEPTH_CLAMP,
+                GL_MULTISAMPLE,    GL_PRIMITIVE_RESTART,        GL_PROGRAM_POINT_SIZE,  GL_LINE_SMOOTH,
+                GL_POLYGON_SMOOTH, GL_TEXTURE_CUBE_MAP_SEAMLESS};
     }
 
     void set_default_state() {
@@ -209,8 +229,8 @@ protected:
             glBindSampler(unit, 0);
         }
         glActiveTexture(GL_TEXTURE0);
-        for (GLenum target : {GL_PIXEL_UNPACK_BUFFER, GL_PIXEL_PACK_BUFFER, GL_ARRAY_BUFFER, GL_UNIFORM_BUFFER,
-                              GL_COPY_READ_BUFFER})
+        for (GLenum target : {GL_PIXEL_UNPACK_BUFFER, GL_PIXEL_PACK_BUFFER, GL_ARRAY_BUFFER,
+                              GL_UNIFORM_BUFFER, GL_COPY_READ_BUFFER})
             glBindBuffer(target, 0);
         glBindRenderbuffer(GL_RENDERBUFFER, 0);
         for (GLenum e : {GL_UNPACK_ALIGNMENT, GL_PACK_ALIGNMENT}) glPixelStorei(e, 4);
@@ -375,7 +395,8 @@ protected:
 };
 
 unsigned state_seed() {
-    if (const char* s = std::getenv("VELMORA_GL_STATE_SEED")) return static_cast<unsigned>(std::strtoul(s, nullptr, 10));
+    if (const char* s = std::getenv("VELMORA_GL_STATE_SEED"))
+        return static_cast<unsigned>(std::strtoul(s, nullptr, 10));
     return std::random_device{}();
 }
 

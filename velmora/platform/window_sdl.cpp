@@ -435,9 +435,7 @@ Window::Window(const WindowOptions& options) : impl_(std::make_unique<Impl>()) {
     impl_->create(options);
 }
 
-Window::~Window() {
-    impl_->check_destroy();
-}
+Window::~Window() { impl_->check_destroy(); }
 
 bool Window::poll() {
     impl_->check();

@@ -88,10 +88,10 @@ private:
 
 struct Rasterizer::Impl {
     HDC dc = nullptr;
-    std::vector<std::wstring> faces;              // every installed family, searched in this order
-    std::vector<HFONT> probes;                    // one small font per face, made on first use
-    std::unordered_map<char32_t, int> chosen;     // a face that has the code point, -1 for none
-    int last_served = -1;                         // the face found last
+    std::vector<std::wstring> faces;          // every installed family, searched in this order
+    std::vector<HFONT> probes;                // one small font per face, made on first use
+    std::unordered_map<char32_t, int> chosen; // a face that has the code point, -1 for none
+    int last_served = -1;                     // the face found last
 
     ~Impl() {
         for (HFONT font : probes) delete_font(font);
@@ -103,7 +103,8 @@ struct Rasterizer::Impl {
         if (units.count != 1) return true;
         Selected selected(dc, font);
         WORD index = 0;
-        return GetGlyphIndicesW(dc, units.text, 1, &index, GGI_MARK_NONEXISTING_GLYPHS) == 1 && index != 0xFFFF;
+        return GetGlyphIndicesW(dc, units.text, 1, &index, GGI_MARK_NONEXISTING_GLYPHS) == 1 &&
+               index != 0xFFFF;
     }
 
     // The index of a face that has the code point, or -1.
@@ -129,7 +130,8 @@ struct Rasterizer::Impl {
         if (known->second < 0) return font.handle;
         HFONT& fallback = font.fallbacks[known->second];
         if (!fallback)
-            fallback = create_font(faces[static_cast<std::size_t>(known->second)].c_str(), font.size, font.weight);
+            fallback =
+                create_font(faces[static_cast<std::size_t>(known->second)].c_str(), font.size, font.weight);
         return fallback ? fallback : font.handle;
     }
 };
@@ -138,7 +140,8 @@ namespace {
 
 int CALLBACK collect_face(const LOGFONTW* logical, const TEXTMETRICW*, DWORD, LPARAM out) {
     // Faces named with '@' are the vertical variants of CJK fonts.
-    if (logical->lfFaceName[0] != L'@') reinterpret_cast<std::vector<std::wstring>*>(out)->push_back(logical->lfFaceName);
+    if (logical->lfFaceName[0] != L'@')
+        reinterpret_cast<std::vector<std::wstring>*>(out)->push_back(logical->lfFaceName);
     return 1;
 }
 
@@ -151,8 +154,9 @@ std::vector<std::wstring> installed_faces(HDC dc) {
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());
     std::vector<std::wstring> ordered;
-    for (const wchar_t* preferred : {L"Microsoft YaHei UI", L"Microsoft YaHei", L"Microsoft JhengHei UI", L"SimSun",
-                                     L"Yu Gothic UI", L"Malgun Gothic", L"Segoe UI Symbol", L"Segoe UI Emoji"}) {
+    for (const wchar_t* preferred :
+         {L"Microsoft YaHei UI", L"Microsoft YaHei", L"Microsoft JhengHei UI", L"SimSun", L"Yu Gothic UI",
+          L"Malgun Gothic", L"Segoe UI Symbol", L"Segoe UI Emoji"}) {
         auto at = std::find(found.begin(), found.end(), preferred);
         if (at == found.end()) continue;
         ordered.push_back(*at);

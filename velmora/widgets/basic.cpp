@@ -15,7 +15,6 @@ namespace velmora::ui {
 
 namespace {
 
-
 // Top of a box of the given height centred vertically in r.
 float middle(Rect r, float height) { return r.y + (r.h - height) * 0.5f; }
 

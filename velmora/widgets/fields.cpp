@@ -494,7 +494,8 @@ void AutoComplete::open_suggestions(std::vector<std::string> items) {
     list_->bounds.h = static_cast<float>(list_->items.size()) * SuggestionList::row + 2 * SuggestionList::pad;
     // Showing again also re-sizes and re-clamps a list that is already open. keep_focus leaves
     // typing in the field while the list is up.
-    scene->show(list_, false, true, scene->popup_position(screen_bounds, {list_->bounds.w, list_->bounds.h}), true);
+    scene->show(list_, false, true, scene->popup_position(screen_bounds, {list_->bounds.w, list_->bounds.h}),
+                true);
 }
 
 void AutoComplete::close_suggestions() {

@@ -18,7 +18,6 @@ namespace velmora::ui {
 
 namespace {
 
-
 // A rectangle shrunk on every side, never below zero size.
 Rect inset(Rect r, float by) {
     return {r.x + by, r.y + by, std::max(r.w - 2 * by, 0.0f), std::max(r.h - 2 * by, 0.0f)};

@@ -20,7 +20,6 @@ bool selectable(const PopupMenu::Item& row) { return row.enabled && !row.separat
 // Space above the first row and below the last.
 constexpr float inset = 6;
 
-
 } // namespace
 
 PopupMenu::PopupMenu() : Widget("") {

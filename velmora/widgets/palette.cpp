@@ -10,7 +10,6 @@ namespace velmora::ui {
 
 namespace {
 
-
 // ASCII-only case folding: bytes of multi-byte characters compare as they are.
 std::string folded(std::string s) {
     for (char& c : s) {

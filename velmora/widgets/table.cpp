@@ -30,7 +30,6 @@ namespace velmora::ui {
 
 namespace {
 
-
 // The header strip and the margin below the last row: what a table's height doesn't give rows.
 constexpr float chrome = 44;
 
