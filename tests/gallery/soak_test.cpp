@@ -169,37 +169,23 @@ public:
     ui::Input next() {
         ui::Input in = state;
         ui::begin_poll(in);
-        const int roll = pick(1000);
-        if (roll < 300)
-            move(in);
-        else if (roll < 380)
-            button(in);
-        else if (roll < 450)
-            click(in);
-        else if (roll < 470)
-            right_click(in);
-        else if (roll < 530)
-            wheel(in);
-        else if (roll < 650)
-            key(in);
-        else if (roll < 700)
-            tab(in);
-        else if (roll < 760)
-            type(in, ascii[pick(std::size(ascii))]);
-        else if (roll < 800)
-            type(in, chinese[pick(std::size(chinese))]);
-        else if (roll < 830)
-            compose(in);
-        else if (roll < 870)
-            shortcut(in);
-        else if (roll < 880)
-            palette(in);
-        else if (roll < 890)
-            escape(in);
-        else if (roll < 893)
-            lose_focus(in);
-        else
-            last = "idle";
+        // Weights in thousandths of the frames; what is left over is an idle frame.
+        using Act = void (Monkey::*)(ui::Input&);
+        static constexpr std::pair<int, Act> actions[] = {
+            {300, &Monkey::move},       {80, &Monkey::button},     {70, &Monkey::click},
+            {20, &Monkey::right_click}, {60, &Monkey::wheel},      {120, &Monkey::key},
+            {50, &Monkey::tab},         {60, &Monkey::type_ascii}, {40, &Monkey::type_chinese},
+            {30, &Monkey::compose},     {40, &Monkey::shortcut},   {10, &Monkey::palette},
+            {10, &Monkey::escape},      {3, &Monkey::lose_focus}};
+        int roll = pick(1000);
+        last = "idle";
+        for (const auto& [weight, act] : actions) {
+            if (roll < weight) {
+                (this->*act)(in);
+                break;
+            }
+            roll -= weight;
+        }
         state.mouse = in.mouse;
         state.mouse_down = in.mouse_down;
         state.composition = in.composition;
@@ -276,6 +262,8 @@ private:
         in.text = text;
         last = std::string("type ") + text;
     }
+    void type_ascii(ui::Input& in) { type(in, ascii[pick(std::size(ascii))]); }
+    void type_chinese(ui::Input& in) { type(in, chinese[pick(std::size(chinese))]); }
     // An input method: a preedit that grows, then is committed or cancelled.
     void compose(ui::Input& in) {
         if (in.composition.empty() || in.composition.size() < 6) {
