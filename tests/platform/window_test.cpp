@@ -280,6 +280,16 @@ TEST_F(WindowTest, PlainKeysSetTheirFlagsTheLastVirtualKeyAndModifiersFollowKeyU
     send.key(SDLK_LSHIFT, KMOD_LSHIFT);
     send.key(SDLK_LSHIFT, KMOD_NONE, false);
     EXPECT_FALSE(poll().shift);
+
+    // A chord pressed and let go within one poll keeps the modifiers of its key's press.
+    send.key(SDLK_LCTRL, KMOD_LCTRL);
+    send.key(SDLK_k, KMOD_LCTRL);
+    send.key(SDLK_k, KMOD_LCTRL, false);
+    send.key(SDLK_LCTRL, KMOD_NONE, false);
+    const ui::Input& chord = poll();
+    EXPECT_TRUE(chord.ctrl);
+    EXPECT_EQ(chord.key, 0x4Bu);
+    EXPECT_FALSE(poll().ctrl);
 }
 
 TEST_F(WindowTest, EditShortcutsFollowTheModifiersAndAltMakesASystemKeyUnlessCtrlIsHeld) {
@@ -374,9 +384,10 @@ TEST_F(WindowTest, CompositionIsKeptUntilCommittedCancelledOrFocusIsLost) {
     window.text_input(false);
     EXPECT_EQ(poll().composition, "");
 
-    window.text_input_rect({10, 20, 1.5f, 16});
-    EXPECT_THROW(window.text_input_rect({NAN, 0, 1, 1}), std::invalid_argument);
-    EXPECT_THROW(window.text_input_rect({0, 0, -1, 1}), std::invalid_argument);
+    // A caret rectangle is a hint: an odd one is clamped, never thrown at the loop.
+    for (ui::Rect caret : {ui::Rect{10, 20, 1.5f, 16}, ui::Rect{NAN, 0, 1, 1}, ui::Rect{0, 0, -1, INFINITY},
+                           ui::Rect{-1e9f, 1e9f, 1e9f, NAN}})
+        EXPECT_NO_THROW(window.text_input_rect(caret));
 }
 
 TEST_F(WindowTest, ClipboardRoundTripAndValidation) {

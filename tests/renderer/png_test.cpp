@@ -78,6 +78,13 @@ TEST_F(PngTest, ABadRecordIsRefusedBeforeAnyFileIsOpenedAndAMissingDirectoryWith
         "PNG output (errno=" + std::to_string(ENOENT) + ")");
 }
 
+TEST_F(PngTest, AFailedWriteThrowsOurWordAndLeavesStandardErrorToTheProgram) {
+    ::testing::internal::CaptureStderr();
+    const std::string what = thrown<std::runtime_error>([] { save_png("/dev/full", pattern(256, 256)); });
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(what.rfind("PNG ", 0), 0u) << what;
+}
+
 TEST_F(PngTest, ANonAsciiNameIsWrittenUnderThatName) {
     const std::string name = "截图-ünïcode.png";
     save_png((dir / name).string(), pattern(3, 3));

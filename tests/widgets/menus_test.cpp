@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -51,6 +52,10 @@ TEST_F(Menus, KeyboardWalkSkipsDividersWrapsAndScrolls) {
     long_menu->move_active(+1);
     EXPECT_EQ(long_menu->active, 1);
     EXPECT_FLOAT_EQ(long_menu->scroll(), 10);
+    long_menu->scroll(1e9f);
+    EXPECT_FLOAT_EQ(long_menu->scroll(), 2 * 6 + 10 + 20 * 34 - 420);
+    long_menu->scroll(NAN);
+    EXPECT_FLOAT_EQ(long_menu->scroll(), 0);
 }
 
 TEST_F(Menus, ChoosingFlipsTickClosesThenRunsAction) {

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -170,6 +171,13 @@ TEST_F(Tables, PointerAndKeysSelectSortScrollAndOpen) {
     EXPECT_FLOAT_EQ(table->scroll(), 0);
     for (int i = 0; i < 6; ++i) run.key(ui::vk::down);
     EXPECT_FLOAT_EQ(table->scroll(), 7 * 34 - 220 + 44);
+    // Only a NaN is no position: an infinity clamps like any number.
+    table->scroll(INFINITY);
+    EXPECT_FLOAT_EQ(table->scroll(), 20 * 34 - 220 + 44);
+    table->scroll(NAN);
+    EXPECT_FLOAT_EQ(table->scroll(), 0);
+    table->selected(99);
+    EXPECT_EQ(table->selected(), 19);
 }
 
 TEST_F(Tables, PaintsOnlyVisibleRowsWithTheSortMark) {

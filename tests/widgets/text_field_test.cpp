@@ -184,10 +184,12 @@ TEST(TextFieldPointer, MultiLineRowsAndWheel) {
     std::string text;
     for (int i = 0; i < 12; ++i) text += "line" + std::to_string(i) + (i < 11 ? "\n" : "");
     Area s(text); // five rows show
+    s.focus();    // a focused field ticks its composition every frame, which must not undo the wheel
     s.field->move(text.size(), false);
     EXPECT_EQ(s.field->first_row, 7);
     const ui::Vec2 inside{100, 60};
     s.run.wheel(inside, 2);
+    s.run.frame();
     EXPECT_EQ(s.field->first_row, 1);
     s.run.wheel(inside, 5);
     EXPECT_EQ(s.field->first_row, 0);

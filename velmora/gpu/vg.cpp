@@ -721,19 +721,15 @@ struct ClipStack {
 
 void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
 
-// The kinds a Canvas writes. Anything else is refused before the cast to int, which is
-// undefined for NaN and for values out of int's range.
-bool known_kind(float kind) {
-    for (const float k : {0.0f, 1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 9.0f, 10.0f, 11.0f})
-        if (kind == k) return true;
-    return false;
-}
+// The kind is truncated to an integer; kinds beyond those a Canvas writes draw through the
+// shape program. Only a kind the truncation is undefined for (NaN, beyond int) is refused.
+bool kind_valid(float kind) { return kind > -2147483648.0f && kind < 2147483648.0f; }
 
 bool commands_valid(const float* commands, int count) {
     int depth = 0;
     for (int i = 0; i < count; ++i) {
         const float slot = commands[static_cast<std::size_t>(i) * 64];
-        if (!known_kind(slot)) {
+        if (!kind_valid(slot)) {
             set_error("Unknown command kind");
             return false;
         }

@@ -74,8 +74,9 @@ unsigned vg_gl_error();
 // GL_COLOR_ATTACHMENT0), `width` x `height` pixels, mapped from a logical frame of
 // `logical_width` x `logical_height` units. `sigma` (0..32, pixels of the full-size scene) blurs
 // the frozen backdrop of glass; the pointer (logical units) steers the glass highlights.
-// The frame is checked before anything is drawn: bad arguments, a kind no Canvas writes
-// ("Unknown command kind") and unbalanced shaped clips fail it whole. The backdrop is frozen
+// The frame is checked before anything is drawn: bad arguments, a kind that cannot be
+// truncated to an integer ("Unknown command kind": NaN, beyond int) and unbalanced shaped
+// clips fail it whole. Kinds no Canvas writes draw as boxes through the shape program. The backdrop is frozen
 // before the first command and again at each backdrop command.
 // Needs: an open device, a current context, a single-sample target.
 // GL state: the saved state, plus the read buffer and the draw buffers of `framebuffer`, are

@@ -27,7 +27,9 @@ struct Input {
     bool enter = false;
     bool escape = false;
     bool tab = false;
-    bool shift = false; // modifier state at the start of the poll and at each key message
+    // Modifier state at the start of the poll and at each key message, until a key or button
+    // goes down: from then on, the state at that press, so a chord quicker than a frame arrives whole.
+    bool shift = false;
     bool ctrl = false;
     bool select_all = false; // Ctrl+A
     bool up = false;
@@ -108,6 +110,13 @@ inline constexpr unsigned oem_5 = 0xDC; // \|
 inline constexpr unsigned oem_6 = 0xDD; // ]}
 inline constexpr unsigned oem_7 = 0xDE; // '"
 } // namespace vk
+
+// Shift, Ctrl, Alt, the left and right variants of each (0xA0 to 0xA5), and the system keys:
+// keys that modify others rather than act, so their presses carry no modifiers of their own.
+inline constexpr bool modifier_key(unsigned code) {
+    return code == vk::shift || code == vk::control || code == vk::alt || code == vk::left_super ||
+           code == vk::right_super || (code >= 0xA0 && code <= 0xA5);
+}
 
 // The plain keys: a key-down of `code` sets `flag`. The letter shortcuts (A, C, V, X, Y, Z)
 // depend on the modifiers and are decided by `apply_key`.

@@ -57,8 +57,9 @@ public:
     // Ctrl+V `paste` stay empty until it is turned on.
     void text_input(bool on);
     // Where the input method should place its candidate window: the caret of the field being
-    // edited, in the window's units (those of Input::mouse). Throws std::invalid_argument
-    // "Invalid rectangle" unless finite, of non-negative size and within 32768 units.
+    // edited, in the window's units (those of Input::mouse). Never throws: a caret that is
+    // off-screen, huge or not a number is clamped to 32768 units, a negative size and a NaN
+    // becoming 0, since a hint for the input method must not end an interactive loop.
     void text_input_rect(Rect r);
     // Puts plain text on the clipboard. Throws std::invalid_argument "Invalid UTF-8"; a
     // clipboard that cannot be written is left as it was.

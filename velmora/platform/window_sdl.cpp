@@ -182,7 +182,7 @@ struct Window::Impl : WindowState {
     void update_scale();
     void handle(const SDL_Event& e);
     void key_down(const SDL_Keysym& key);
-    void modifiers(Uint16 state);
+    void modifiers(Uint16 state, bool press);
     void typed(const char* text);
     void composing(const char* preedit, int cursor);
     void end_composition();
@@ -268,10 +268,9 @@ void Window::Impl::update_scale() {
     if (ww > 0 && pw > 0) dpi_scale = static_cast<float>(pw) / static_cast<float>(ww);
 }
 
-void Window::Impl::modifiers(Uint16 state) {
+void Window::Impl::modifiers(Uint16 state, bool press) {
     mods = state;
-    input.ctrl = (state & KMOD_CTRL) != 0;
-    input.shift = (state & KMOD_SHIFT) != 0;
+    WindowState::modifiers((state & KMOD_CTRL) != 0, (state & KMOD_SHIFT) != 0, press);
 }
 
 // A press that ends without its button coming up (focus or capture taken away) is released
@@ -289,9 +288,9 @@ void Window::Impl::key_down(const SDL_Keysym& key) {
         mods = key.mod;
         return;
     }
-    modifiers(key.mod);
-    input.alt = (key.mod & KMOD_ALT) != 0;
     const unsigned code = virtual_key(key.sym);
+    modifiers(key.mod, !modifier_key(code));
+    input.alt = (key.mod & KMOD_ALT) != 0;
     if (code == 0) return;
     if (apply_key(input, code) && text_on) {
         // Never throws: an unreadable or malformed clipboard pastes nothing.
@@ -360,7 +359,7 @@ void Window::Impl::handle(const SDL_Event& e) {
         key_down(e.key.keysym);
         break;
     case SDL_KEYUP:
-        modifiers(e.key.keysym.mod);
+        modifiers(e.key.keysym.mod, false);
         break;
     case SDL_TEXTINPUT:
         end_composition(); // the committed text arrives here
@@ -374,6 +373,7 @@ void Window::Impl::handle(const SDL_Event& e) {
         break;
     case SDL_MOUSEBUTTONDOWN:
         input.mouse = {static_cast<float>(e.button.x), static_cast<float>(e.button.y)};
+        modifiers(mods, true); // a shift-click quicker than a frame keeps its Shift
         if (e.button.button == SDL_BUTTON_LEFT) {
             input.mouse_down = true;
             input.mouse_pressed = true;
@@ -440,8 +440,8 @@ Window::~Window() { impl_->check_destroy(); }
 bool Window::poll() {
     impl_->check();
     Impl& w = *impl_;
-    begin_poll(w.input);
-    w.modifiers(static_cast<Uint16>(SDL_GetModState()));
+    w.begin();
+    w.modifiers(static_cast<Uint16>(SDL_GetModState()), false);
 
     std::vector<SDL_Event> events;
     {
@@ -515,11 +515,9 @@ void Window::text_input(bool on) {
     }
 }
 
-void Window::text_input_rect(Rect r) {
+void Window::text_input_rect(Rect caret) {
     impl_->check();
-    if (!in_range(r.x, -32768, 32768) || !in_range(r.y, -32768, 32768) || !in_range(r.w, 0, 32768) ||
-        !in_range(r.h, 0, 32768))
-        throw std::invalid_argument("Invalid rectangle");
+    const Rect r = WindowState::caret_area(caret);
     SDL_Rect area{static_cast<int>(r.x), static_cast<int>(r.y), static_cast<int>(std::ceil(r.w)),
                   static_cast<int>(std::ceil(r.h))};
     SDL_SetTextInputRect(&area);

@@ -100,7 +100,7 @@ struct Window::Impl : WindowState {
     void make_context();
     void character(char16_t unit);
     void key_down(unsigned code);
-    void modifiers();
+    void modifiers(bool press);
     void mouse_at(LPARAM position);
     void release_press();
     void composing();
@@ -237,10 +237,7 @@ Window::Impl::~Impl() {
     }
 }
 
-void Window::Impl::modifiers() {
-    input.ctrl = held(VK_CONTROL);
-    input.shift = held(VK_SHIFT);
-}
+void Window::Impl::modifiers(bool press) { WindowState::modifiers(held(VK_CONTROL), held(VK_SHIFT), press); }
 
 void Window::Impl::mouse_at(LPARAM position) {
     // Signed: a captured pointer can leave the window on the left or top.
@@ -257,7 +254,7 @@ void Window::Impl::release_press() {
 }
 
 void Window::Impl::key_down(unsigned code) {
-    modifiers();
+    modifiers(!modifier_key(code));
     input.alt = held(VK_MENU);
     if (apply_key(input, code) && text_on) input.paste += clipboard(window);
 }
@@ -328,7 +325,7 @@ LRESULT Window::Impl::handle(UINT message, WPARAM wparam, LPARAM lparam) {
         key_down(static_cast<unsigned>(wparam));
         return 0;
     case WM_KEYUP:
-        modifiers();
+        modifiers(false);
         return 0;
     case WM_CHAR:
         if (text_on && !input.ctrl) character(static_cast<char16_t>(wparam));
@@ -338,6 +335,7 @@ LRESULT Window::Impl::handle(UINT message, WPARAM wparam, LPARAM lparam) {
         return 0;
     case WM_LBUTTONDOWN:
         mouse_at(lparam);
+        modifiers(true); // a shift-click quicker than a frame keeps its Shift
         input.mouse_down = true;
         input.mouse_pressed = true;
         SetCapture(window); // a drag keeps reporting outside the window
@@ -350,6 +348,7 @@ LRESULT Window::Impl::handle(UINT message, WPARAM wparam, LPARAM lparam) {
         return 0;
     case WM_RBUTTONDOWN:
         mouse_at(lparam);
+        modifiers(true);
         input.right_pressed = true;
         return 0;
     case WM_RBUTTONUP:
@@ -414,8 +413,8 @@ Window::~Window() { impl_->check_destroy(); }
 bool Window::poll() {
     impl_->check();
     Impl& w = *impl_;
-    begin_poll(w.input);
-    w.modifiers();
+    w.begin();
+    w.modifiers(false);
 
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
@@ -476,11 +475,9 @@ void Window::text_input(bool on) {
     if (!on) impl_->end_composition();
 }
 
-void Window::text_input_rect(Rect r) {
+void Window::text_input_rect(Rect caret) {
     impl_->check();
-    if (!in_range(r.x, -32768, 32768) || !in_range(r.y, -32768, 32768) || !in_range(r.w, 0, 32768) ||
-        !in_range(r.h, 0, 32768))
-        throw std::invalid_argument("Invalid rectangle");
+    const Rect r = WindowState::caret_area(caret);
     HIMC context = ImmGetContext(impl_->window);
     if (!context) return; // input methods are off
     const float s = impl_->dpi_scale;

@@ -29,6 +29,11 @@ struct Writer {
 
 [[noreturn]] void fail(const char* what) { throw std::runtime_error(what); }
 
+// libpng's own handlers print to standard error, which carries only the program's messages:
+// an error goes back to write_all's setjmp in silence, and a warning is dropped.
+[[noreturn]] void silent_error(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+void silent_warning(png_structp, png_const_charp) {}
+
 // libpng reports errors by longjmp; nothing with a destructor lives between setjmp and here.
 void write_all(Writer& w, const Pixels& pixels) {
     if (setjmp(png_jmpbuf(w.png))) fail(w.step);
@@ -50,9 +55,8 @@ void write_all(Writer& w, const Pixels& pixels) {
 } // namespace
 
 void write_png(const std::string& path, const Pixels& pixels) {
-
     Writer w;
-    w.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    w.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, silent_error, silent_warning);
     if (!w.png) fail("PNG encoder");
     w.info = png_create_info_struct(w.png);
     if (!w.info) fail("PNG encoder");

@@ -138,6 +138,11 @@ void Widget::surface(PaintContext& context, bool selected, float radius) const {
     if (focused()) context.canvas.stroke(screen_bounds, theme.accent, 1.5f, radius);
 }
 
+void Widget::chevron(PaintContext& context, Vec2 centre, unsigned colour) const {
+    context.canvas.line({centre.x - 4.5f, centre.y - 2}, {centre.x, centre.y + 2.5f}, colour, 1.5f);
+    context.canvas.line({centre.x, centre.y + 2.5f}, {centre.x + 4.5f, centre.y - 2}, colour, 1.5f);
+}
+
 void Widget::centered(PaintContext& context, const std::string& label, Rect r, unsigned colour, float size,
                       int weight) const {
     if (size <= 0) size = context.theme.font_size;

@@ -127,6 +127,8 @@ public:
     // Text centred in a rectangle; wider text starts at the left edge. Size <= 0: the theme's.
     void centered(PaintContext& context, const std::string& label, Rect r, unsigned colour, float size,
                   int weight) const;
+    // The downward chevron of the controls that drop a list, centred on `centre`.
+    void chevron(PaintContext& context, Vec2 centre, unsigned colour) const;
 };
 
 } // namespace velmora::ui

@@ -366,12 +366,6 @@ std::string key_name(unsigned key) {
     return "Key" + std::to_string(key);
 }
 
-// Shift, Ctrl, Alt, the left and right variants of each (0xA0 to 0xA5), and the system keys.
-bool modifier_key(unsigned key) {
-    return key == vk::shift || key == vk::control || key == vk::alt || key == vk::left_super ||
-           key == vk::right_super || (key >= 0xA0 && key <= 0xA5);
-}
-
 } // namespace
 
 KeyBindingField::KeyBindingField(std::string binding) : TextField(std::move(binding)) {
@@ -571,10 +565,7 @@ void ComboBox::paint(PaintContext& context) {
     // The drop button takes the place of the search and clear marks.
     TextField::paint(context);
     const Rect& sb = screen_bounds;
-    const float cx = sb.x + sb.w - 17, cy = middle(sb);
-    const unsigned colour = enabled ? context.theme.text : context.theme.muted;
-    context.canvas.line({cx - 4.5f, cy - 2}, {cx, cy + 2.5f}, colour, 1.5f);
-    context.canvas.line({cx, cy + 2.5f}, {cx + 4.5f, cy - 2}, colour, 1.5f);
+    chevron(context, {sb.x + sb.w - 17, middle(sb)}, enabled ? context.theme.text : context.theme.muted);
 }
 
 } // namespace velmora::ui

@@ -23,10 +23,13 @@ Rect inset(Rect r, float by) {
     return {r.x + by, r.y + by, std::max(r.w - 2 * by, 0.0f), std::max(r.h - 2 * by, 0.0f)};
 }
 
-// The expander shown before a node's label.
-const char* prefix(const TreeNode& node) {
-    if (node.child_nodes.empty()) return "   ";
-    return node.expanded ? "−  " : "+  ";
+// A node's expander ("−" or "+", none on a leaf) and its label. Labels start after the wider
+// of the two expanders and their gap, measured, so that leaves line up with their branch
+// siblings in a proportional font.
+void node_text(Canvas& canvas, const TreeNode& node, Vec2 at, unsigned colour) {
+    if (!node.child_nodes.empty()) canvas.text(node.expanded ? "−" : "+", at, 14, colour, 400);
+    const float label = std::max(canvas.text_width("−  ", 14, 400), canvas.text_width("+  ", 14, 400));
+    canvas.text(node.text, {at.x + label, at.y}, 14, colour, 400);
 }
 
 unsigned row_text(bool selected, const Theme& theme) { return selected ? theme.accent_text : theme.text; }
@@ -96,7 +99,7 @@ void ComboSelect::paint(PaintContext& context) {
     surface(context, false, -1);
     context.canvas.text(value(), {r.x + 12, r.y + (r.h - 14) * 0.5f}, 14, enabled ? theme.text : theme.muted,
                         400);
-    centered(context, "⌄", {r.x + r.w - 28, r.y, 24, r.h}, theme.muted, 18, 400);
+    chevron(context, {r.x + r.w - 17, r.y + r.h * 0.5f}, enabled ? theme.text : theme.muted);
 }
 
 // ---- list family ------------------------------------------------------------------------------
@@ -337,8 +340,7 @@ void TreeNode::paint(PaintContext& context) {
     const Theme& theme = context.theme;
     const Rect r = screen_bounds;
     if (selected) context.canvas.fill(r, theme.selection, 7);
-    context.canvas.text(prefix(*this) + text, {r.x + 8, r.y + (r.h - 14) * 0.5f}, 14,
-                        row_text(selected, theme), 400);
+    node_text(context.canvas, *this, {r.x + 8, r.y + (r.h - 14) * 0.5f}, row_text(selected, theme));
 }
 
 // ---- tree view --------------------------------------------------------------------------------
@@ -470,9 +472,8 @@ void TreeView::paint(PaintContext& context) {
         const float top = r.y + 6 + static_cast<float>(i) * row_height - scroll_;
         const bool on = row.node == selected_;
         if (on) canvas.fill({r.x + 6, top, std::max(r.w - 12, 0.0f), row_height}, theme.selection, 7);
-        canvas.text(prefix(*row.node) + row.node->text,
-                    {r.x + 14 + static_cast<float>(row.depth) * indent, top + 10}, 14, row_text(on, theme),
-                    400);
+        node_text(canvas, *row.node, {r.x + 14 + static_cast<float>(row.depth) * indent, top + 10},
+                  row_text(on, theme));
     }
     canvas.pop_clip();
 }

@@ -23,6 +23,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmora::ui {
@@ -41,6 +42,7 @@ public:
     // With no options the selection becomes -1 and the text empties, silently. Otherwise
     // clamps, shows the option, and runs on_change when the index changes.
     void select(int index);
+    void selected(int index) { select(index); }
     // The option at the selection clamped into range; empty with no options.
     std::string value() const;
     // Opens a fresh menu of the options below the combo; nothing without a scene.
@@ -76,6 +78,7 @@ public:
     // Clamps to -1 .. n - 1 (-1 with no items) and scrolls it into view; on a change runs
     // on_change, then on_select.
     void select(int index);
+    void selected(int index) { select(index); }
     void ensure_visible();
     // The selected string, or empty when the selection isn't a valid index.
     std::string selected_item() const;
@@ -171,6 +174,7 @@ public:
     // Null clears. Throws std::logic_error "Node not visible in tree" for a node in no row.
     // Runs on_change even when the node is already selected.
     void select(std::shared_ptr<TreeNode> node);
+    void selected(std::shared_ptr<TreeNode> node) { select(std::move(node)); }
 
     float scroll() const { return scroll_; }
     // Absolute, in pixels; clamped to the rows now visible, NaN becomes 0.

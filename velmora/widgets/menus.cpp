@@ -123,6 +123,13 @@ int PopupMenu::row_at(float y) const {
     return -1;
 }
 
+void PopupMenu::scroll(float value) {
+    float sum = 0;
+    for (const auto& row : items) sum += height_of(row);
+    const float limit = std::max(0.0f, 2 * inset + sum - bounds.h);
+    scroll_ = std::isnan(value) ? 0 : std::clamp(value, 0.0f, limit);
+}
+
 void PopupMenu::event(Event& e) {
     switch (e.type) {
     case pointer_move:
@@ -137,15 +144,10 @@ void PopupMenu::event(Event& e) {
             active = row;
         return;
     }
-    case wheel_turned: {
-        float sum = 0;
-        for (const auto& row : items) sum += height_of(row);
-        const float limit = std::max(0.0f, 2 * inset + sum - bounds.h);
-        const float next = std::clamp(scroll_ - e.wheel * row_height, 0.0f, limit);
-        scroll_ = std::isnan(next) ? 0 : next;
+    case wheel_turned:
+        scroll(scroll_ - e.wheel * row_height);
         e.handled = true;
         return;
-    }
     case key_down:
         switch (e.key) {
         case vk::enter:

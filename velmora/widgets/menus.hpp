@@ -47,6 +47,9 @@ public:
     int active = -1;
 
     float scroll() const { return scroll_; }
+    // Absolute, in pixels; clamped to 0 .. the rows' height (uncapped) past the menu's own, a
+    // NaN becoming 0.
+    void scroll(float value);
 
     void item(std::string label, std::function<void()> action);
     void disabled(std::string label);

@@ -95,7 +95,7 @@ void Table::select(int index) {
 void Table::scroll(float y) {
     const float content = static_cast<float>(rows.size()) * row_height;
     const float most = std::max(0.0f, content - bounds.h + chrome);
-    scroll_ = std::isfinite(y) ? std::clamp(y, 0.0f, most) : 0.0f;
+    scroll_ = std::isnan(y) ? 0.0f : std::clamp(y, 0.0f, most);
 }
 
 void Table::row(const std::vector<std::string>& values) {

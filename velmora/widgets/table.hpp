@@ -55,8 +55,9 @@ public:
     int selected() const { return selected_; }
     // Clamps into the rows (-1 only when there are none); runs on_change on a change.
     void select(int index);
+    void selected(int index) { select(index); }
     float scroll() const { return scroll_; }
-    // Not finite becomes 0; clamped so that the last row can reach the bottom edge.
+    // Clamped so that the last row can reach the bottom edge; NaN becomes 0.
     void scroll(float y);
 
     // Appends one cell per value, without on_change.

@@ -285,7 +285,11 @@ void TextField::ensure_caret() {
 
 void TextField::compose(const std::string& preedit, std::size_t cursor) {
     if (masked || read_only || !enabled || !valid_utf8(preedit)) return;
-    composition_.cursor = snap(preedit, cursor);
+    cursor = snap(preedit, cursor);
+    // tick passes the composition every frame; only a change may move the view, or a wheel
+    // turn on a focused field would snap back to the caret in the next frame.
+    if (preedit == composition_.text && cursor == composition_.cursor) return;
+    composition_.cursor = cursor;
     composition_.text = preedit;
     ensure_caret();
 }
