@@ -40,3 +40,5 @@
 #include "velmora/widgets/text_field.hpp"
 
 #include "velmora/immediate/ui.hpp"
+
+#include "velmora/app/app.hpp"
