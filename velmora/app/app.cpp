@@ -71,7 +71,9 @@ void App::loop(const Client& client) {
     double last = -never;
     for (int frame = 1;; ++frame) {
         const double at = std::max(due, last + frame_gap);
-        const bool woken = window_.wait(std::max(at - clock(), 0.0));
+        bool woken = window_.wait(std::max(at - clock(), 0.0));
+        // The platform's timer may be coarser than the clock; a frame never comes early.
+        for (double now = clock(); !woken && now < at; now = clock()) woken = window_.wait(at - now);
         if (!window_.poll()) return;
         const double t = clock();
         // The window reports the pointer in its own units; the drawing works in logical ones.
