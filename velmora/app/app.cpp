@@ -20,6 +20,9 @@ constexpr double frame_gap = 0.004; // seconds at least between the starts of tw
 constexpr double never = std::numeric_limits<double>::infinity();
 
 WindowOptions window_options(const AppOptions& options) {
+    if (!in_range(options.logical.x, 0, 16384) || !in_range(options.logical.y, 0, 16384) ||
+        options.frames < 0)
+        throw std::invalid_argument("App options");
     WindowOptions w;
     w.title = options.title;
     w.width = options.width;

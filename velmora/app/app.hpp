@@ -52,7 +52,8 @@ struct ScriptedFrame {
 
 class App {
 public:
-    // Throws what Window and Renderer throw.
+    // Throws std::invalid_argument "App options" for a logical size outside 0 to 16384 or a
+    // negative frame count, and what Window and Renderer throw.
     explicit App(AppOptions options = {});
     ~App();
     App(const App&) = delete;
