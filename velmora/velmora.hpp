@@ -26,8 +26,8 @@
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/control_kind.hpp"
 #include "velmora/widgets/dialogs.hpp"
-#include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/drives.hpp"
+#include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/file_browser.hpp"
 #include "velmora/widgets/glass_settings.hpp"
 #include "velmora/widgets/lists.hpp"
@@ -40,3 +40,5 @@
 #include "velmora/widgets/text_field.hpp"
 
 #include "velmora/immediate/ui.hpp"
+
+#include "velmora/app/app.hpp"

@@ -4,18 +4,13 @@
 //
 //     glass_demo              opens a window and animates until it is closed
 //     glass_demo --png F      renders one frame on a hidden window and writes F
+#include "velmora/app/app.hpp"
 #include "velmora/core/canvas.hpp"
-#include "velmora/gpu/vg.hpp"
-#include "velmora/platform/window.hpp"
-#include "velmora/renderer/png.hpp"
-#include "velmora/renderer/renderer.hpp"
 
-#include <chrono>
 #include <cmath>
 #include <exception>
 #include <iostream>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -78,36 +73,20 @@ void paint(Canvas& c, const Theme& theme, float t) {
 
 int main(int argc, char** argv) try {
     const bool headless = argc > 2 && std::string(argv[1]) == "--png";
-    WindowOptions options;
-    options.title = "VelmoraUI glass";
-    options.width = 1280;
-    options.height = 800;
-    options.visible = !headless;
-    Window window(options);
-    Renderer renderer;
-    Canvas canvas;
-    const Theme theme;
-    const auto start = std::chrono::steady_clock::now();
-
-    const auto frame = [&](float t, Vec2 pointer) {
-        const int w = window.width(), h = window.height();
-        renderer.background(w, h, t, theme, true);
-        renderer.begin(canvas, w, h, logical_w, logical_h, theme);
-        paint(canvas, theme, t);
-        renderer.render(canvas, w, h, pointer, 0, vg_back_buffer);
-    };
-
-    if (headless) {
-        frame(2.0f, {400, 120});
-        save_png(argv[2], renderer.read_pixels(window.width(), window.height()));
+    App app({.title = "VelmoraUI glass",
+             .logical = {logical_w, logical_h},
+             .visible = !headless,
+             .grid = true,
+             .animate_background = true}); // the ring and the colour plane move with it
+    const auto draw = [](Canvas& canvas, double t) { paint(canvas, canvas.theme(), static_cast<float>(t)); };
+    if (!headless) {
+        app.run(draw);
         return 0;
     }
-    while (window.poll()) {
-        const float t = std::chrono::duration<float>(std::chrono::steady_clock::now() - start).count();
-        frame(t, window.to_logical(window.input().mouse, {logical_w, logical_h}));
-        window.swap();
-        std::this_thread::sleep_for(std::chrono::milliseconds(4));
-    }
+    ScriptedFrame frame;
+    frame.time = 2.0;
+    frame.input.mouse = {400, 120};
+    app.render_png(draw, argv[2], {frame});
     return 0;
 } catch (const std::exception& e) {
     std::cerr << e.what() << '\n';

@@ -2,19 +2,13 @@
 //
 //     immediate_settings                 opens the window (hidden when there is no display)
 //     immediate_settings --png out.png   renders one frame headless and saves it
-#include "velmora/core/canvas.hpp"
-#include "velmora/gpu/vg.hpp"
+#include "velmora/app/app.hpp"
 #include "velmora/immediate/ui.hpp"
-#include "velmora/platform/window.hpp"
-#include "velmora/renderer/png.hpp"
-#include "velmora/renderer/renderer.hpp"
 
-#include <chrono>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -86,54 +80,29 @@ int main(int argc, char** argv) try {
     for (int i = 1; i + 1 < argc; ++i)
         if (std::strcmp(argv[i], "--png") == 0) png = argv[i + 1];
 
-    WindowOptions options;
-    options.title = "VelmoraUI immediate settings";
-    options.width = static_cast<int>(logical_w);
-    options.height = static_cast<int>(logical_h);
-    options.visible = png.empty();
-    Window window(options);
-    Renderer renderer;
-    Canvas canvas;
-    Ui ui;
+    App app({.title = "VelmoraUI immediate settings",
+             .width = static_cast<int>(logical_w),
+             .height = static_cast<int>(logical_h),
+             .logical = {logical_w, logical_h},
+             .visible = png.empty()});
     Settings settings;
-    ui.clipboard([&window](const std::string& text) { window.clipboard_text(text); });
-    const auto start = std::chrono::steady_clock::now();
-
-    const auto frame = [&](Input input) {
-        const int w = window.width();
-        const int h = window.height();
-        const float t = std::chrono::duration<float>(std::chrono::steady_clock::now() - start).count();
-        input.mouse = window.to_logical(input.mouse, {logical_w, logical_h});
-        renderer.begin(canvas, w, h, logical_w, logical_h, settings.theme);
-        ui.begin(canvas, input);
+    const auto build = [&](Ui& ui) {
         settings_window(ui, settings);
-        ui.end();
-        renderer.background(w, h, t, settings.theme, false);
-        renderer.render(canvas, w, h, input.mouse, 0, vg_back_buffer);
+        app.theme(settings.theme); // the material settings edit it; the next frame draws with it
     };
-
-    if (!png.empty()) {
-        // Click the language list open and rest the pointer on an option, so the shot shows a popup.
-        Input in;
-        in.mouse = {200, 377};
-        in.mouse_down = in.mouse_pressed = true;
-        frame(in);
-        in.mouse_down = in.mouse_pressed = false;
-        in.mouse_released = true;
-        frame(in);
-        in.mouse_released = false;
-        in.mouse = {200, 447};
-        frame(in);
-        save_png(png, renderer.read_pixels(window.width(), window.height()));
-        std::cout << "wrote " << png << '\n';
+    if (png.empty()) {
+        app.run(build);
         return 0;
     }
-    while (window.poll()) {
-        frame(window.input());
-        window.text_input(ui.text_input());
-        window.swap();
-        std::this_thread::sleep_for(std::chrono::milliseconds(4));
-    }
+    // Click the language list open and rest the pointer on an option, so the shot shows a popup.
+    std::vector<ScriptedFrame> script(3);
+    script[0].input.mouse = {200, 377};
+    script[0].input.mouse_down = script[0].input.mouse_pressed = true;
+    script[1].input.mouse = {200, 377};
+    script[1].input.mouse_released = true;
+    script[2].input.mouse = {200, 447};
+    app.render_png(build, png, script);
+    std::cout << "wrote " << png << '\n';
     return 0;
 } catch (const std::exception& e) {
     std::cerr << e.what() << '\n';

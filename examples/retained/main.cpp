@@ -4,24 +4,20 @@
 //
 //     retained_demo              opens the window and runs until it is closed
 //     retained_demo --png F      renders a few frames on a hidden window and writes F
-#include "velmora/core/canvas.hpp"
-#include "velmora/gpu/vg.hpp"
-#include "velmora/platform/window.hpp"
-#include "velmora/renderer/png.hpp"
-#include "velmora/renderer/renderer.hpp"
+#include "velmora/app/app.hpp"
 #include "velmora/scene/scene.hpp"
 #include "velmora/widgets/basic.hpp"
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/range.hpp"
 #include "velmora/widgets/text_field.hpp"
 
-#include <chrono>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
-#include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -76,71 +72,47 @@ void build(Scene& scene) {
     };
 }
 
+// Types a name, drags the slider and presses Save, as a user would.
+std::vector<ScriptedFrame> script() {
+    std::vector<ScriptedFrame> frames;
+    const auto at = [&frames](double t, Vec2 p, bool down, bool pressed, bool released,
+                              std::string text = {}) {
+        ScriptedFrame& f = frames.emplace_back();
+        f.time = t;
+        f.input.mouse = p;
+        f.input.mouse_down = down;
+        f.input.mouse_pressed = pressed;
+        f.input.mouse_released = released;
+        f.input.text = std::move(text);
+    };
+    at(1.0, {200, 130}, true, true, false);
+    at(1.1, {200, 130}, false, false, true, "林小雨");
+    at(1.2, {100, 220}, true, true, false);
+    at(1.2, {330, 220}, true, false, false);
+    at(1.3, {250, 384}, true, true, false);
+    at(1.3, {250, 384}, false, false, true);
+    at(1.5, {250, 384}, false, false, true);
+    return frames;
+}
+
 } // namespace
 
 int main(int argc, char** argv) try {
     const std::string png = argc > 2 && std::strcmp(argv[1], "--png") == 0 ? argv[2] : "";
-
-    WindowOptions options;
-    options.title = "VelmoraUI retained";
-    options.width = static_cast<int>(logical_w);
-    options.height = static_cast<int>(logical_h);
-    options.visible = png.empty();
-    Window window(options);
-    Renderer renderer;
-    Canvas canvas;
+    App app({.title = "VelmoraUI retained",
+             .width = static_cast<int>(logical_w),
+             .height = static_cast<int>(logical_h),
+             .logical = {logical_w, logical_h},
+             .visible = png.empty(),
+             .grid = true});
     Scene scene;
-    scene.clipboard([&window](const std::string& text) { window.clipboard_text(text); });
     build(scene);
-    const auto start = std::chrono::steady_clock::now();
-
-    const auto frame = [&](Input input, double t) {
-        const int w = window.width(), h = window.height();
-        // The window reports the pointer in its own units; the scene works in logical ones.
-        input.mouse = window.to_logical(input.mouse, {logical_w, logical_h});
-        renderer.background(w, h, static_cast<float>(t), scene.theme, true);
-        renderer.begin(canvas, w, h, logical_w, logical_h, scene.theme);
-        scene.frame(canvas, input, t);
-        renderer.render(canvas, w, h, input.mouse, 0, vg_back_buffer);
-    };
-
-    if (!png.empty()) {
-        // Type a name, drag the slider and press Save, as a user would.
-        Input in;
-        in.mouse = {200, 130};
-        in.mouse_down = in.mouse_pressed = true;
-        frame(in, 1.0);
-        in = {};
-        in.mouse = {200, 130};
-        in.mouse_released = true;
-        in.text = "林小雨";
-        frame(in, 1.1);
-        for (Vec2 p : {Vec2{100, 220}, Vec2{330, 220}}) {
-            in = {};
-            in.mouse = p;
-            in.mouse_down = true;
-            in.mouse_pressed = p.x < 200;
-            frame(in, 1.2);
-        }
-        for (bool down : {true, false}) {
-            in = {};
-            in.mouse = {250, 384};
-            in.mouse_down = in.mouse_pressed = down;
-            in.mouse_released = !down;
-            frame(in, 1.3);
-        }
-        frame(in, 1.5);
-        save_png(png, renderer.read_pixels(window.width(), window.height()));
-        std::cout << "wrote " << png << '\n';
+    if (png.empty()) {
+        app.run(scene);
         return 0;
     }
-    while (window.poll()) {
-        const auto t = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        frame(window.input(), t);
-        window.text_input(scene.wants_text_input());
-        window.swap();
-        std::this_thread::sleep_for(std::chrono::milliseconds(4));
-    }
+    app.render_png(scene, png, script());
+    std::cout << "wrote " << png << '\n';
     return 0;
 } catch (const std::exception& e) {
     std::cerr << e.what() << '\n';

@@ -3,17 +3,13 @@
 //
 //     text_demo              renders one frame on a hidden window and writes text-demo.png
 //     text_demo out.png      ... writes out.png
-//     text_demo --show       opens the window and animates until it is closed
+//     text_demo --show       opens the window until it is closed
+#include "velmora/app/app.hpp"
 #include "velmora/core/canvas.hpp"
-#include "velmora/platform/window.hpp"
-#include "velmora/renderer/png.hpp"
-#include "velmora/renderer/renderer.hpp"
 
-#include <chrono>
 #include <exception>
 #include <iostream>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -21,7 +17,6 @@ using namespace velmora::ui;
 
 constexpr float logical_w = 960;
 constexpr float logical_h = 600;
-constexpr unsigned back_buffer = 0x0405; // GL_BACK
 
 void paint(Canvas& canvas, const Theme& theme) {
     canvas.glass({40, 40, 880, 250}, theme, theme.panel_radius);
@@ -57,39 +52,22 @@ int main(int argc, char** argv) try {
     const bool show = arg == "--show";
     const std::string png = show ? "" : (arg.empty() ? "text-demo.png" : arg);
 
-    WindowOptions options;
-    options.title = "VelmoraUI text";
-    options.width = static_cast<int>(logical_w);
-    options.height = static_cast<int>(logical_h);
-    options.visible = show;
-    Window window(options);
-    Renderer renderer;
-    Canvas canvas;
-    Theme theme;
-    const auto start = std::chrono::steady_clock::now();
-
-    const auto frame = [&](float seconds, Vec2 pointer) {
-        const int w = window.width();
-        const int h = window.height();
-        renderer.begin(canvas, w, h, logical_w, logical_h, theme);
-        paint(canvas, theme);
-        renderer.background(w, h, seconds, theme, false);
-        renderer.render(canvas, w, h, pointer, 0, back_buffer);
-    };
-
-    if (!show) {
-        frame(1.5f, {600, 200});
-        save_png(png, renderer.read_pixels(window.width(), window.height()));
-        std::cout << "wrote " << png << " (" << renderer.glyph_count() << " glyphs, " << renderer.device()
-                  << ")\n";
+    App app({.title = "VelmoraUI text",
+             .width = static_cast<int>(logical_w),
+             .height = static_cast<int>(logical_h),
+             .logical = {logical_w, logical_h},
+             .visible = show});
+    const auto draw = [](Canvas& canvas, double) { paint(canvas, canvas.theme()); };
+    if (show) {
+        app.run(draw);
         return 0;
     }
-    while (window.poll()) {
-        const float seconds = std::chrono::duration<float>(std::chrono::steady_clock::now() - start).count();
-        frame(seconds, window.to_logical(window.input().mouse, {logical_w, logical_h}));
-        window.swap();
-        std::this_thread::sleep_for(std::chrono::milliseconds(4));
-    }
+    ScriptedFrame frame;
+    frame.time = 1.5;
+    frame.input.mouse = {600, 200};
+    app.render_png(draw, png, {frame});
+    std::cout << "wrote " << png << " (" << app.renderer().glyph_count() << " glyphs, "
+              << app.renderer().device() << ")\n";
     return 0;
 } catch (const std::exception& e) {
     std::cerr << e.what() << '\n';

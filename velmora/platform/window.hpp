@@ -36,6 +36,10 @@ public:
 
     // Takes every pending event. False once the window should close; it stays false.
     bool poll();
+    // Sleeps until an event is pending or `seconds` have passed, and takes nothing: the next
+    // poll does. True when an event is pending; 0 only looks. Infinity waits for an event
+    // alone. Throws std::invalid_argument "Wait time" for a negative time or NaN.
+    bool wait(double seconds);
     void swap();
     // The next poll returns false.
     void close();

@@ -463,6 +463,19 @@ bool Window::poll() {
     return w.open;
 }
 
+bool Window::wait(double seconds) {
+    impl_->check();
+    if (!(seconds >= 0)) throw std::invalid_argument("Wait time");
+    {
+        std::lock_guard lock(routing().mutex);
+        if (!impl_->deferred.empty()) return true;
+    }
+    if (std::isinf(seconds)) return SDL_WaitEvent(nullptr) == 1;
+    // Rounded up, so that the wait never ends before the time asked for.
+    const int ms = seconds < 1e6 ? static_cast<int>(std::ceil(seconds * 1000)) : 1000000000;
+    return SDL_WaitEventTimeout(nullptr, ms) == 1;
+}
+
 void Window::swap() {
     impl_->check();
     SDL_GL_SwapWindow(impl_->window);

@@ -428,6 +428,16 @@ bool Window::poll() {
     return w.open;
 }
 
+bool Window::wait(double seconds) {
+    impl_->check();
+    if (!(seconds >= 0)) throw std::invalid_argument("Wait time");
+    // Rounded up, so that the wait never ends before the time asked for.
+    const DWORD ms =
+        std::isinf(seconds) ? INFINITE : static_cast<DWORD>(std::min(std::ceil(seconds * 1000), 1e9));
+    // Messages already in the queue count too, not only those that arrive during the wait.
+    return MsgWaitForMultipleObjectsEx(0, nullptr, ms, QS_ALLINPUT, MWMO_INPUTAVAILABLE) == WAIT_OBJECT_0;
+}
+
 void Window::swap() {
     impl_->check();
     if (!SwapBuffers(impl_->dc)) platform_error("SwapBuffers");

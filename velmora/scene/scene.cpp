@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 namespace velmora::ui {
@@ -234,6 +235,10 @@ void Scene::notify(std::shared_ptr<Notification> notification, double seconds) {
     notices_.push_back({std::move(notification), std::max(seconds, 0.1) + time_});
 }
 
+void Scene::redraw_at(double time) {
+    if (time < redraw_due_) redraw_due_ = time;
+}
+
 // ---- frame ------------------------------------------------------------------------------------------
 
 void Scene::frame(Canvas& canvas, const Input& input, double now) {
@@ -244,6 +249,7 @@ void Scene::frame(Canvas& canvas, const Input& input, double now) {
     canvas_ = &canvas;
     input_ = input;
     time_ = now;
+    redraw_due_ = std::numeric_limits<double>::infinity();
 
     std::erase_if(notices_, [now](const Notice& n) { return n.expires <= now; });
     tick_tree(root_);
@@ -406,9 +412,14 @@ void Scene::paint(Canvas& canvas, double now) {
         overlay.widget->draw(context);
     }
     auto notices = notices_;
-    for (auto& notice : notices) notice.notification->draw(context);
+    for (auto& notice : notices) {
+        notice.notification->draw(context);
+        redraw_at(notice.expires);
+    }
 
-    if (hovered_ && !hovered_->tooltip.empty() && overlays_.empty() && now - hover_start_ > tooltip_delay) {
+    const bool tooltip_due = hovered_ && !hovered_->tooltip.empty() && overlays_.empty();
+    if (tooltip_due && now - hover_start_ <= tooltip_delay) redraw_at(hover_start_ + tooltip_delay);
+    if (tooltip_due && now - hover_start_ > tooltip_delay) {
         const Vec2 p = input_.mouse;
         auto tip = std::make_shared<Tooltip>(hovered_->tooltip);
         tip->bounds = {std::clamp(p.x + 14, 0.0f, std::max(0.0f, size_.x - 260)),

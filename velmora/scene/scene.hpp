@@ -4,6 +4,10 @@
 // overlays above the tree (popup menus, dialogs) and a list of timed notices. `frame` turns
 // one Input snapshot into events, ticks, lays out and paints.
 //
+// Nothing here needs a frame just because time passes: whatever changes with the clock alone
+// (a caret's blink, a spinner, a notice's expiry, a tooltip's delay, a worker's result) asks
+// for its next frame through `redraw_at`, so a runner may sleep until then.
+//
 //     Scene scene;
 //     scene.root()->emplace<Button>("OK");
 //     canvas.begin(1280, 800, scene.theme);
@@ -21,6 +25,7 @@
 #include "velmora/widgets/control_kind.hpp"
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <set>
 #include <string>
@@ -81,6 +86,13 @@ public:
     Vec2 size() const { return size_; }
     double time() const { return time_; }
 
+    // Asks for a frame at `time` on the frame clock; the earliest request wins and NaN is
+    // ignored. Each frame starts with none: whatever still needs a later frame asks again
+    // while it ticks or paints.
+    void redraw_at(double time);
+    // The earliest frame asked for; infinity when none.
+    double redraw_due() const { return redraw_due_; }
+
     std::vector<std::shared_ptr<Widget>> focus_order() const;
     void collect_focus(const std::shared_ptr<Widget>& widget,
                        std::vector<std::shared_ptr<Widget>>& out) const;
@@ -130,6 +142,7 @@ private:
     Input input_;
     Vec2 size_{1, 1};
     double time_ = 0;
+    double redraw_due_ = std::numeric_limits<double>::infinity();
     double last_press_time_ = -10;
     double hover_start_ = 0;
     Vec2 last_press_position_;

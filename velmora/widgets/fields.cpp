@@ -291,9 +291,10 @@ void Spinner::tick(Scene& owner) {
         return;
     }
     const double now = owner.time();
-    if (now < next_repeat_) return;
-    step_by(held_);
-    next_repeat_ = now + repeat_interval;
+    const bool due = now >= next_repeat_;
+    if (due) next_repeat_ = now + repeat_interval;
+    owner.redraw_at(next_repeat_);
+    if (due) step_by(held_);
 }
 
 void Spinner::paint(PaintContext& context) {

@@ -214,9 +214,13 @@ void FileBrowser::start_load() {
     }
 }
 
-void FileBrowser::tick(Scene&) {
+void FileBrowser::tick(Scene& owner) {
     if (!pending.valid()) return;
-    if (pending.wait_until(std::chrono::steady_clock::now()) != std::future_status::ready) return;
+    if (pending.wait_until(std::chrono::steady_clock::now()) != std::future_status::ready) {
+        // The worker has no way to wake the loop; look again shortly.
+        owner.redraw_at(owner.time() + 0.05);
+        return;
+    }
     Result result;
     try {
         result = pending.get();

@@ -457,7 +457,10 @@ void TextField::paint_text(PaintContext& context) {
         if (!placeholder.empty()) canvas.text(placeholder, {area.x, y}, size, theme.muted, 400);
     }
     const bool composing = !composition_.text.empty();
-    const bool blink_on = focused() && context.time - std::floor(context.time) < 0.6;
+    // The caret shows for the first 0.6 s of every second; the next change asks for its frame.
+    const double second = std::floor(context.time);
+    const bool blink_on = focused() && context.time - second < 0.6;
+    if (focused()) context.scene.redraw_at(second + (blink_on ? 0.6 : 1.0));
     const auto s = std::min(caret, anchor), e = std::max(caret, anchor);
     const float left = area.x - scroll_x;
     const std::string_view all(text);
