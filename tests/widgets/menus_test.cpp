@@ -25,34 +25,6 @@ struct Menus : ::testing::Test {
     Menus() { run.frame(); }
 };
 
-TEST_F(Menus, HeightStopsAtTheCapAndSubmenusAreChecked) {
-    for (int i = 0; i < 13; ++i) menu->item("row", {});
-    EXPECT_FLOAT_EQ(menu->bounds.h, 420);
-    EXPECT_EQ(menu->active, 0);
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { menu->submenu("self", menu); }), "Invalid submenu");
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { menu->submenu("none", nullptr); }), "Invalid submenu");
-    EXPECT_EQ(menu->items.size(), 13u);
-}
-
-TEST_F(Menus, KeyboardWalkSkipsDividersWrapsAndScrolls) {
-    menu->separator();
-    menu->disabled("off");
-    menu->separator();
-    menu->move_active(+1);
-    EXPECT_EQ(menu->active, -1); // nothing selectable
-    auto long_menu = std::make_shared<ui::PopupMenu>();
-    long_menu->separator();
-    for (int i = 0; i < 20; ++i) long_menu->item("row", {});
-    EXPECT_EQ(long_menu->active, 1);
-    long_menu->move_active(-1); // wraps to the last
-    EXPECT_EQ(long_menu->active, 20);
-    // Row 20 starts at 10 + 19 * 34; its bottom sits 12 above the panel's bottom.
-    EXPECT_FLOAT_EQ(long_menu->scroll(), 10 + 19 * 34 + 34 - 420 + 12);
-    long_menu->move_active(+1);
-    EXPECT_EQ(long_menu->active, 1);
-    EXPECT_FLOAT_EQ(long_menu->scroll(), 10);
-}
-
 TEST_F(Menus, ChoosingFlipsTickClosesThenRunsAction) {
     bool seen_checked = false, seen_open = true;
     menu->checked("Wrap", false, [&] {
@@ -66,21 +38,6 @@ TEST_F(Menus, ChoosingFlipsTickClosesThenRunsAction) {
     EXPECT_FALSE(seen_open);
     menu->open(scene, {10, 10}, false);
     run.key(27); // Escape isn't the menu's: the scene closes it
-    EXPECT_TRUE(scene.overlays().empty());
-}
-
-TEST_F(Menus, SubmenuReplacesItsParent) {
-    auto sub = std::make_shared<ui::PopupMenu>();
-    int runs = 0;
-    sub->item("inner", [&] { ++runs; });
-    menu->submenu("more", sub);
-    menu->open(scene, {10, 10}, false);
-    run.key(39); // Right opens the submenu
-    ASSERT_EQ(scene.overlays().size(), 1u);
-    EXPECT_EQ(scene.overlays().back().widget, sub);
-    EXPECT_EQ(runs, 0);
-    run.key(39); // and runs a plain row
-    EXPECT_EQ(runs, 1);
     EXPECT_TRUE(scene.overlays().empty());
 }
 
