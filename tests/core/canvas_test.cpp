@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <initializer_list>
 #include <new>
 #include <stdexcept>
@@ -81,11 +82,15 @@ TEST(Canvas, CommandLimitAcceptsThe65536thAndARefusedPushLeavesTheClipStack) {
 TEST(Canvas, ArgumentsAreCheckedInOrderWithTheirMessages) {
     Canvas c = begun();
     const Rect bad[] = {{NAN, 0, 1, 1}, {0, 0, 1, -0.5f}};
-    for (Rect r : bad) {
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.fill(r, 0, 0); }), "Invalid rectangle");
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.glass(r, {}, 0); }), "Invalid rectangle");
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.clip(r); }), "Invalid rectangle");
-    }
+    const std::function<void(Rect)> takes_a_rect[] = {[&](Rect r) { c.fill(r, 0, 0); },
+                                                      [&](Rect r) { c.glass(r, {}, 0); },
+                                                      [&](Rect r) { c.clip(r); },
+                                                      [&](Rect r) { c.color_plane(r, 0); },
+                                                      [&](Rect r) { c.ring(r, 0, 1, 1, 0); },
+                                                      [&](Rect r) { c.push_clip(r, 0); }};
+    for (Rect r : bad)
+        for (const auto& call : takes_a_rect)
+            EXPECT_EQ(thrown<std::invalid_argument>([&] { call(r); }), "Invalid rectangle");
     Theme tinted;
     tinted.tint = 2;
     auto refused = [](const char* message, auto call) {

@@ -94,6 +94,7 @@ TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFireAndTheFirstCalledTakesTh
         b += h.ui.button("b", b_rect, "B");
     };
     h.frame(press(20, 20), both);
+    EXPECT_FALSE(h.canvas.commands().empty()); // the faces are drawn
     EXPECT_EQ(h.ui.active(), "a");
     EXPECT_EQ(a, 0);
     h.frame(release(20, 20), both);
@@ -115,7 +116,7 @@ TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFireAndTheFirstCalledTakesTh
     EXPECT_EQ(second, 0);
 }
 
-TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterFiresTheFocus) {
+TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterOrSpaceFiresTheFocus) {
     Harness h;
     std::string fired;
     auto three = [&] {
@@ -133,7 +134,8 @@ TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterFiresTheFocus) {
         EXPECT_EQ(h.ui.focus(), focus);
     }
     h.frame(keys(&Input::enter), three);
-    EXPECT_EQ(fired, "c");
+    h.frame(keys(&Input::space), three);
+    EXPECT_EQ(fired, "cc");
 }
 
 struct ComboScene {
@@ -204,6 +206,17 @@ TEST(UiControls, SliderFollowsTheDragAndTheKeys) {
     EXPECT_FLOAT_EQ(f, 0.75f);
     h.frame(keys(&Input::home), [&] { h.ui.slider("f", r, f, 0.0f, 1.0f, 0.25f); });
     EXPECT_FLOAT_EQ(f, 0);
+}
+
+TEST(UiControls, ListPicksTheClickedRowAndClampsTheSelection) {
+    Harness h;
+    const std::vector<std::string> items{"Red", "Green", "Blue"};
+    int selected = 42;
+    auto list = [&] { return h.ui.list("l", {0, 0, 200, 120}, items, selected); };
+    h.frame(Input{}, list);
+    EXPECT_EQ(selected, 2);
+    EXPECT_EQ(h.click(50, 5, list), 1); // rows are 30 high
+    EXPECT_EQ(selected, 0);
 }
 
 struct FieldScene {

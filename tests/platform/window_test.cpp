@@ -122,9 +122,12 @@ TEST(WindowCreate, ContextIsCurrentAndThePreviousOneComesBack) {
 }
 
 TEST_F(WindowTest, EveryCallChecksTheThread) {
-    std::string message;
-    std::thread([&] { message = thrown<std::logic_error>([&] { window.title("x"); }); }).join();
-    EXPECT_EQ(message, "Window used from another thread");
+    std::string messages[2];
+    std::thread([&] {
+        messages[0] = thrown<std::logic_error>([&] { window.title("x"); });
+        messages[1] = thrown<std::logic_error>([&] { window.close(); });
+    }).join();
+    for (const std::string& m : messages) EXPECT_EQ(m, "Window used from another thread");
     EXPECT_TRUE(window.poll()); // the owner is unaffected
 }
 

@@ -85,6 +85,17 @@ TEST_F(TextTest, BadTextAndGlyphsTallerThanACellLeaveNoEntryAndLargeGlyphsFillSi
     EXPECT_NO_THROW(canvas.text(many.substr(0, 3), {0, 0}, 125, 0xFFFFFFFF, 400));
 }
 
+TEST_F(TextTest, TheGlyphCacheStopsAt24000) {
+    renderer->begin(canvas, size, size, size, size, theme);
+    // At raster size 1 all of them share one atlas, so only the glyph limit can end this.
+    EXPECT_NO_THROW(renderer->measure(distinct_cjk(0x4E00, 24000), 0.25f, 400));
+    EXPECT_EQ(renderer->glyph_count(), 24000u);
+    EXPECT_EQ(renderer->atlas_count(), 1u);
+    EXPECT_EQ(thrown<std::length_error>([&] { renderer->measure("A", 0.25f, 400); }),
+              "Glyph cache limit; recreate renderer after large font/size changes");
+    EXPECT_NO_THROW(renderer->measure("一", 0.25f, 400)); // cached ones still measure
+}
+
 // Ink in the read-back for one glyph: its bounding box and the share of its cell it covers.
 struct Ink {
     int left = 1 << 30, top = 1 << 30, right = -1, bottom = -1, count = 0;

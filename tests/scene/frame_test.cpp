@@ -99,7 +99,6 @@ TEST_F(FramePointer, MovesGoEveryFrameAndBubbleOnlyWhileHeldWheelAlwaysBubbles) 
     run.right_click({5, 5});
     ASSERT_EQ(scene.overlays().size(), 1u);
     EXPECT_EQ(scene.overlays().back().widget, a->context_menu);
-    EXPECT_FLOAT_EQ(a->context_menu->bounds.x, 5);
     EXPECT_EQ(scene.focus(), a->context_menu);
 }
 
@@ -111,19 +110,6 @@ TEST_F(FramePointer, FocusLossEndsThePressSilently) {
     EXPECT_EQ(a->count(ui::pointer_up), 0);
     run.click({10, 10}); // the next press works normally
     EXPECT_EQ(a->count(ui::pointer_up), 1);
-}
-
-TEST_F(FramePointer, HandlerOpeningAnOverlayOnPressLosesTheRelease) {
-    auto popup = menu();
-    a->on_event = [&](ui::Event& e) {
-        if (e.type == ui::pointer_down) popup->open(scene, {300, 300}, false);
-    };
-    run.press({10, 10});
-    ASSERT_EQ(scene.overlays().size(), 1u);
-    EXPECT_EQ(scene.pressed(), nullptr);
-    run.release({10, 10});
-    EXPECT_EQ(a->count(ui::pointer_up), 0);
-    EXPECT_EQ(scene.overlays().size(), 1u);
 }
 
 TEST_F(FrameOverlays, PressOutsidePopupClosesItAndReachesNothing) {
@@ -180,11 +166,6 @@ TEST_F(FrameKeys, TabTraversalAndHiddenFocusDroppedOnTheNextFrame) {
     EXPECT_EQ(scene.focus(), b);
     EXPECT_EQ(b->count(ui::key_down), 0);
 
-    ui::Scene empty;
-    FrameDriver other(empty);
-    other.tab();
-    EXPECT_EQ(empty.focus(), nullptr);
-
     scene.focus(a);
     a->forget();
     a->visible = false;
@@ -211,8 +192,6 @@ TEST_F(FrameKeys, EscapeClosesTopOverlayUnlessHandledAndCtrlKOpensThePalette) {
     EXPECT_TRUE(scene.overlays().empty());
 
     scene.focus(a);
-    run.key(75, true);
-    EXPECT_EQ(a->last(ui::key_down)->key, 75); // no palette: an ordinary key
     auto palette = std::make_shared<ui::Modal>("palette");
     scene.command_palette(palette);
     a->forget();

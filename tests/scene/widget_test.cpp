@@ -86,21 +86,33 @@ TEST(WidgetCallbacks, ActivateNeedsEnabledAndSurvivesDestroyingItsWidget) {
     EXPECT_EQ(*holder, nullptr);
 }
 
-TEST(WidgetHit, TopmostEnabledAndHitThrough) {
+TEST(WidgetPlace, VisibleWidgetsNeedFiniteNonNegativeBounds) {
     ui::Scene scene;
-    auto panel = widget({0, 0, 300, 300});
-    panel->hit_through = true;
-    auto under = panel->emplace<ui::Widget>();
-    under->bounds = {0, 0, 100, 100};
-    auto over = panel->emplace<ui::Widget>();
-    over->bounds = {50, 50, 100, 100};
-    panel->place(scene, {}, {0, 0, 800, 600});
+    const ui::Rect screen{0, 0, 800, 600};
+    auto outer = widget();
+    auto inner = outer->emplace<ui::Widget>();
+    inner->bounds = {80, 5, 50, -1};
+    inner->visible = false;
+    EXPECT_NO_THROW(outer->place(scene, {}, screen));
+    inner->visible = true;
+    EXPECT_EQ(thrown<std::invalid_argument>([&] { outer->place(scene, {}, screen); }),
+              "Invalid widget bounds");
+    inner->bounds = {80, 5, 0, 0}; // empty is fine
+    EXPECT_NO_THROW(outer->place(scene, {}, screen));
+}
 
-    EXPECT_EQ(panel->hit({60, 60}), over);
-    EXPECT_EQ(panel->hit({10, 10}), under);
-    EXPECT_EQ(panel->hit({250, 250}), nullptr); // through the panel itself
-    over->enabled = false;
-    EXPECT_EQ(panel->hit({60, 60}), under);
-    panel->enabled = false; // hides the whole subtree
-    EXPECT_EQ(panel->hit({10, 10}), nullptr);
+TEST(WidgetDraw, HoveredOrSelectedSurfacesAreHighlighted) {
+    ui::Scene scene;
+    ui::Canvas canvas;
+    ui::PaintContext context{canvas, scene, scene.theme, 0};
+    auto w = widget();
+    for (bool hovered : {false, true}) {
+        w->hovered = hovered;
+        canvas.begin(800, 600, scene.theme);
+        w->surface(context, false, 4);
+        EXPECT_EQ(canvas.commands().size(), hovered ? 2u : 1u);
+    }
+    canvas.begin(800, 600, scene.theme);
+    w->surface(context, true, 4);
+    EXPECT_EQ(canvas.commands().size(), 2u);
 }

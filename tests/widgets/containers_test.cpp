@@ -35,25 +35,6 @@ struct Frames : ::testing::Test {
     }
 };
 
-TEST_F(Frames, AccordionFoldsAndRemembersItsHeight) {
-    auto acc = add<ui::Accordion>("Accordion");
-    acc->bounds.h = 200;
-    probe_in(*acc, {10, 60, 100, 30});
-    run.frame();
-    EXPECT_EQ(scene.focus_order().size(), 2u);
-    run.click({100, 100}); // below the heading
-    EXPECT_TRUE(acc->expanded());
-    run.click({100, 20});
-    EXPECT_FALSE(acc->expanded());
-    EXPECT_EQ(acc->bounds.h, 40);
-    EXPECT_EQ(scene.focus_order().size(), 1u); // folded content is out of reach
-    for (unsigned k : {32u, 13u, 32u}) run.key(k);
-    EXPECT_TRUE(acc->expanded());
-    EXPECT_EQ(acc->bounds.h, 200);
-    acc->expanded(true);
-    EXPECT_EQ(changes, 4);
-}
-
 TEST_F(Frames, TabsShowOnePageAtATime) {
     auto tabs = add<ui::Tabs>();
     tabs->bounds = {0, 0, 300, 220};
@@ -101,6 +82,21 @@ TEST_F(Frames, ScrollPaneWheelPassesOnWhenContentFits) {
     EXPECT_EQ(changes, 2);
     outer->scroll(nan);
     EXPECT_EQ(outer->offset, 0);
+}
+
+TEST_F(Frames, BreadcrumbArrowsMoveWithoutChoosingAndEnterChooses) {
+    auto crumbs = add<ui::Breadcrumb>(std::vector<std::string>{"Home", "Project", "Doc"});
+    std::vector<int> chosen;
+    crumbs->on_select = [&](int i) { chosen.push_back(i); };
+    run.frame();
+    scene.focus(crumbs);
+    for (unsigned k : {ui::vk::right, ui::vk::right, ui::vk::right}) run.key(k);
+    EXPECT_EQ(crumbs->active, 2); // no further than the last
+    run.key(ui::vk::left);
+    EXPECT_EQ(crumbs->active, 1);
+    EXPECT_TRUE(chosen.empty());
+    run.key(ui::vk::enter);
+    EXPECT_EQ(chosen, (std::vector<int>{1}));
 }
 
 } // namespace

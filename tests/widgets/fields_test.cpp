@@ -39,18 +39,6 @@ TEST(PasswordFieldBehaviour, RevealsOnlyWhileHeldAndNeverCopies) {
     EXPECT_FALSE(s.field->revealing());
 }
 
-TEST(NumberFieldBehaviour, AcceptsOnlyTextOnItsWayToANumber) {
-    FieldScene<ui::NumberField> s(box);
-    s.focus();
-    s.key(65, true); // over the initial 0
-    for (const char* c : {"-", "1", ".", "5", "e", "-", "3", "x", ".", "e", "+"}) s.run.type(c);
-    EXPECT_EQ(s.field->value(), "-1.5e-3");
-    ui::NumberField field;
-    for (const char* good : {"", "-", ".", "1E+"}) EXPECT_TRUE(field.accepts(good)) << good;
-    for (const char* bad : {"e5", "1.2.3", "1e5.", "--1", " 1"}) EXPECT_FALSE(field.accepts(bad)) << bad;
-    EXPECT_THROW(field.value("abc"), std::invalid_argument);
-}
-
 TEST(NumberFieldBehaviour, SubmitParsesClampsAndReformatsAsAnEdit) {
     FieldScene<ui::NumberField> s(box, 5.0);
     Strings submitted;
@@ -66,25 +54,6 @@ TEST(NumberFieldBehaviour, SubmitParsesClampsAndReformatsAsAnEdit) {
     EXPECT_EQ(s.field->number(), 100);
     s.key(90, true); // the reformatting was an ordinary edit
     EXPECT_EQ(s.field->value(), "-");
-}
-
-TEST(KeyBindingFieldBehaviour, CapturesCombinationsInsteadOfText) {
-    FieldScene<ui::KeyBindingField> s(box);
-    EXPECT_FALSE(s.field->text_input());
-    s.focus();
-    s.key(75, true, true);
-    s.run.type("k");
-    s.key(17, true); // a modifier alone is no combination yet
-    EXPECT_EQ(s.field->value(), "Ctrl+Shift+K");
-    s.key(90, true); // Ctrl+Z is captured, not undone
-    EXPECT_EQ(s.field->value(), "Ctrl+Z");
-    s.key(112);
-    EXPECT_EQ(s.field->value(), "F1");
-    EXPECT_FALSE(s.scene.dispatch(s.field, key_event(27), false));
-    s.key(8);
-    EXPECT_EQ(s.field->value(), "");
-    EXPECT_EQ(s.changes, 4);
-    EXPECT_EQ(ui::KeyBindingField::describe_keys(191, false, false, true), "Alt+/");
 }
 
 TEST(AutoCompleteBehaviour, TypingOpensMatchesThatKeysNavigate) {
