@@ -83,7 +83,7 @@ TEST_F(RendererTest, FrameSizesAreCheckedAtTheirLimits) {
               "Render viewport/pointer");
 }
 
-TEST_F(RendererTest, RenderNeedsTheCanvasBegunHereWithItsClipsClosed) {
+TEST_F(RendererTest, RenderNeedsTheCanvasBegunHereWithItsClipsClosedAndReportsTheBackendsError) {
     Canvas plain;
     plain.begin(size, size, theme);
     EXPECT_EQ(thrown<std::logic_error>([&] { renderer->render(plain, size, size, {}, 0, vg_back_buffer); }),
@@ -92,6 +92,9 @@ TEST_F(RendererTest, RenderNeedsTheCanvasBegunHereWithItsClipsClosed) {
     canvas.push_clip({0, 0, 10, 10}, 2);
     EXPECT_EQ(thrown<std::logic_error>([&] { renderer->render(canvas, size, size, {}, 0, vg_back_buffer); }),
               "Unbalanced shaped clip pushes");
+    canvas.pop_clip();
+    canvas.add(99, {0, 0, 1, 1}, 0); // a kind the backend doesn't know: its error comes back
+    EXPECT_THROW(renderer->render(canvas, size, size, {}, 0, vg_back_buffer), std::runtime_error);
 }
 
 TEST_F(RendererTest, ReadPixelsGivesTheTopRowFirst) {

@@ -132,6 +132,10 @@ public:
         canvas.begin(width, height, scene.theme);
         scene.frame(canvas, in, now);
     }
+    void idle(double seconds) {
+        const double end = now + seconds;
+        while (now + step <= end) frame();
+    }
 
     void move(ui::Vec2 p) {
         state.mouse = p;

@@ -56,6 +56,25 @@ TEST(NumberFieldBehaviour, SubmitParsesClampsAndReformatsAsAnEdit) {
     EXPECT_EQ(s.field->value(), "-");
 }
 
+TEST(KeyBindingFieldBehaviour, CapturesCombinationsInsteadOfText) {
+    FieldScene<ui::KeyBindingField> s(box);
+    EXPECT_FALSE(s.field->text_input());
+    s.focus();
+    s.key(75, true, true);
+    s.run.type("k");
+    s.key(17, true); // a modifier alone is no combination yet
+    EXPECT_EQ(s.field->value(), "Ctrl+Shift+K");
+    s.key(90, true); // Ctrl+Z is captured, not undone
+    EXPECT_EQ(s.field->value(), "Ctrl+Z");
+    s.key(112);
+    EXPECT_EQ(s.field->value(), "F1");
+    EXPECT_FALSE(s.scene.dispatch(s.field, key_event(27), false));
+    s.key(8);
+    EXPECT_EQ(s.field->value(), "");
+    EXPECT_EQ(s.changes, 4);
+    EXPECT_EQ(ui::KeyBindingField::describe_keys(191, false, false, true), "Alt+/");
+}
+
 TEST(AutoCompleteBehaviour, TypingOpensMatchesThatKeysNavigate) {
     FieldScene<ui::AutoComplete> s(box, Strings{"Velmora", "VelmoraUI", "C++", "Java"});
     s.run.click(s.at(0));

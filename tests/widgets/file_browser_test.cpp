@@ -77,6 +77,9 @@ struct FileBrowserTest : ::testing::Test {
             if (o.widget.get() == &browser) return true;
         return false;
     }
+    std::shared_ptr<FileBrowser> opened() const {
+        return std::dynamic_pointer_cast<FileBrowser>(scene.find("file-browser"));
+    }
 };
 
 TEST_F(FileBrowserTest, ListsDirectoriesFirstWithAsciiCaseFolding) {
@@ -157,6 +160,56 @@ TEST(Drives, MountTableKeepsUserVolumesOnly) {
     if (const char* home = std::getenv("HOME"); home && *home) {
         EXPECT_NE(std::find(roots.begin(), roots.end(), std::string(home)), roots.end());
     }
+}
+
+TEST_F(FileBrowserTest, ClosingDuringALoadRunsNothingAndTicksNoMore) {
+    auto picker = scene.root()->emplace<ui::FilePicker>();
+    picker->path(dir("closing", {}, 2000));
+    int paths = 0;
+    picker->on_path = [&](const fs::path&) { ++paths; };
+    run.frame();
+    scene.focus(picker);
+    run.key(ui::vk::space);
+    auto browser = opened();
+    ASSERT_TRUE(browser && browser->loading);
+    browser->cancel_button->activate();
+    EXPECT_FALSE(showing(*browser));
+    // The result arrives, but a closed browser gets no tick, so it waits in the future.
+    browser->pending.wait();
+    run.frame();
+    EXPECT_TRUE(browser->loading);
+    EXPECT_TRUE(browser->entries.empty());
+    // Dropping the last reference during another load doesn't wait for the worker.
+    scene.focus(picker);
+    run.key(ui::vk::space);
+    ASSERT_TRUE(opened());
+    scene.close_top();
+    browser.reset();
+    run.idle(0.2);
+    EXPECT_EQ(paths, 0);
+    EXPECT_TRUE(scene.overlays().empty());
+}
+
+TEST_F(FileBrowserTest, DestroyingThePickerMakesAnAcceptHarmless) {
+    auto picker = scene.root()->emplace<ui::FilePicker>();
+    picker->path(dir("orphan", {"left.txt"}));
+    run.frame();
+    // Opened without the focus on the picker: an overlay keeps the widget focused before it alive.
+    ui::Event release = release_event({picker->screen_bounds.x + 5, picker->screen_bounds.y + 5});
+    picker->event(release);
+    auto browser = opened();
+    ASSERT_TRUE(browser);
+    int paths = 0;
+    picker->on_path = [&](const fs::path&) { ++paths; };
+    std::weak_ptr<ui::FilePicker> gone = picker;
+    scene.root()->remove(picker);
+    picker.reset();
+    ASSERT_TRUE(gone.expired());
+    ASSERT_TRUE(settle(*browser));
+    browser->select(0);
+    browser->accept();
+    EXPECT_FALSE(showing(*browser));
+    EXPECT_EQ(paths, 0);
 }
 
 } // namespace

@@ -83,5 +83,18 @@ TEST_F(Palette, ArrowsMoveTheListAndEnterRunsAfterClosing) {
     EXPECT_EQ(ran, (Titles{"Close window", "Open File"}));
 }
 
+TEST_F(Palette, CommandMayDestroyThePalette) {
+    palette->command("Quit palette", [this] {
+        scene.command_palette(nullptr);
+        palette.reset();
+    });
+    std::weak_ptr<ui::CommandPalette> watch = palette;
+    open();
+    run.type("quit");
+    run.key(ui::vk::enter);
+    EXPECT_TRUE(watch.expired());
+    EXPECT_TRUE(scene.overlays().empty());
+}
+
 } // namespace
 } // namespace velmora::test

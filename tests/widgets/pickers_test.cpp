@@ -39,6 +39,7 @@ template <class Picker> struct PickerScene {
         if (scene.overlays().empty()) return nullptr;
         return std::dynamic_pointer_cast<Popup>(scene.overlays().back().widget);
     }
+    ui::Vec2 centre(ui::Rect r) const { return {r.x + r.w * 0.5f, r.y + r.h * 0.5f}; }
 };
 
 TEST(ColorPicker, HexTextRoundTrips) {
@@ -126,6 +127,18 @@ TEST(TimePicker, SpinnersEditTheTime) {
     EXPECT_EQ(s.picker->value(), (ui::Time{23, 45}));
     EXPECT_EQ(s.changes, 3);
     EXPECT_THROW(s.picker->value({24, 0}), std::invalid_argument);
+}
+
+TEST(ColorPicker, PickerDestroyedWhileItsPopupIsOpen) {
+    PickerScene<ui::ColorPicker> s(0xFFFF0000u);
+    ui::Event release = release_event(s.centre(s.picker->screen_bounds));
+    s.picker->event(release); // opened without the focus, so the overlay keeps nothing alive
+    auto popup = std::dynamic_pointer_cast<ui::ColorPopup>(s.scene.overlays().back().widget);
+    ASSERT_TRUE(popup);
+    s.scene.root()->remove(s.picker);
+    s.picker.reset();
+    s.run.click({popup->plane().x, popup->plane().y});
+    EXPECT_EQ(s.changes, 0);
 }
 
 } // namespace
