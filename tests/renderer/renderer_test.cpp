@@ -1,12 +1,16 @@
 // Renderer: the one-per-process rule, the thread and context checks, and the frame calls' limits.
 #include "renderer_fixture.hpp"
+#include "velmora/core/utf8.hpp"
 #include "velmora/gpu/vg.hpp"
 
 #include <SDL.h>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <stdexcept>
 #include <thread>
+
+#include <unistd.h>
 
 namespace {
 
@@ -114,6 +118,25 @@ TEST_F(RendererTest, ReadPixelsGivesTheTopRowFirst) {
         EXPECT_LT(at(64 + height - size)[0], 60) << height;
         EXPECT_LT(at(height - 1)[0], 200) << height;
     }
+}
+
+// The process's address space in bytes, as the kernel counts it.
+long mapped_bytes() {
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * sysconf(_SC_PAGESIZE);
+}
+
+// Font faces are opened once per file and size; one opened per glyph would map its file again
+// for every new character, megabytes each for a CJK font.
+TEST_F(RendererTest, NewGlyphsReuseTheOpenFontFaces) {
+    renderer->begin(canvas, size, size, size, size, theme);
+    renderer->measure("一", 14, 400);
+    const long before = mapped_bytes();
+    std::string text;
+    for (char32_t c = 0x4E01; c < 0x4E01 + 300; ++c) append_utf8(text, c);
+    renderer->measure(text, 14, 400);
+    EXPECT_LT(mapped_bytes() - before, 64L << 20);
 }
 
 } // namespace
