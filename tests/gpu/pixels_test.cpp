@@ -85,15 +85,6 @@ TEST_F(PixelTest, CubicCornersFollowTheHandleCircularOnesDoNot) {
     expect_at(circle, red, {{24, 24}});
 }
 
-TEST_F(PixelTest, ScaleMapsLogicalUnitsOntoPixels) {
-    canvas.begin(64, 64, analytic());
-    canvas.fill({16, 0, 16, 64}, opaque_red, 0);
-    submit(0, size);
-    Image image = read();
-    expect_at(image, black, {{31, 64}, {64, 64}});
-    expect_at(image, red, {{32, 64}, {63, 64}});
-}
-
 TEST_F(PixelTest, StrokeStaysInsideItsContourAndLinesHaveRoundCaps) {
     Image image = frame([&] { canvas.stroke({16, 16, 96, 96}, opaque_white, 4, 0); });
     expect_at(image, white, {{16, 64}, {19, 64}, {111, 64}});
@@ -131,64 +122,6 @@ TEST_F(PixelTest, ShapedClipsAndTheHostScissorHideWhatLiesOutsideThem) {
     glDisable(GL_SCISSOR_TEST);
     expect_at(image, red, {{10, 10}});
     expect_at(image, black, {{100, 10}});
-}
-
-TEST_F(PixelTest, ClosedAndPartialRings) {
-    auto ring = [&](float progress) {
-        return frame([&] { canvas.ring({32, 32, 64, 64}, opaque_white, 6, progress, 0); });
-    };
-    // Thickness 6 on a 64 box: the ring's centre line has radius 32 - 3 - 1 = 28.
-    Image image = ring(1);
-    expect_at(image, white, {{64, 36}, {92, 64}, {64, 92}, {36, 64}});
-    expect_at(image, black, {{64, 64}, {64, 43}});
-
-    // A quarter turn clockwise from the top, with round ends: 45 degrees into the sweep and the
-    // cap reaching back past the start are lit.
-    image = ring(0.25f);
-    expect_at(image, white, {{83, 44}, {62, 36}});
-    expect_at(image, black, {{64, 92}, {36, 64}, {58, 36}});
-
-    expect_at(ring(0), black, {{64, 36}}); // progress 0 draws nothing
-}
-
-// Value runs upwards: this also proves read-back delivers the bottom row first.
-TEST_F(PixelTest, ColourPlaneRunsSaturationRightAndValueUp) {
-    Image image = frame([&] { canvas.color_plane({0, 0, size, size}, 0); }); // red hue
-    expect_at(image, white, {{0, 0}}, 4);
-    expect_at(image, red, {{size - 1, 0}}, 4);
-    expect_at(image, black, {{0, size - 1}, {size - 1, size - 1}}, 4);
-    Rgba middle = image.at(size / 2, size / 2);
-    EXPECT_GT(middle[0], middle[1]);
-    EXPECT_TRUE(near({middle[1], middle[2], 0, 255}, {middle[1], middle[1], 0, 255}, 1));
-}
-
-TEST_F(PixelTest, BackgroundPalettesGridAndOpaqueColours) {
-    auto background = [](int grid, int palette, unsigned alpha) {
-        vg_background(size, size, 1, grid, palette, alpha | 0x000000u, alpha | 0xFFFFFFu);
-        return read();
-    };
-    Image dark = background(0, 0, 0xFF000000u);
-    EXPECT_NE(dark.bytes, background(0, 1, 0xFF000000u).bytes);
-    EXPECT_EQ(dark.at(64, 64)[3], 255);
-    EXPECT_EQ(background(0, 0, 0u).bytes, dark.bytes); // the packed alpha is ignored
-
-    // Each palette with its theme's colours lands in its own range of brightness.
-    for (const ui::Theme& theme : {ui::Theme{}, ui::Theme::light()}) {
-        vg_background(size, size, 1, 1, theme.dark ? 0 : 1, theme.background, theme.background_accent);
-        Image image = read();
-        for (auto [x, y] : {std::pair{5, 5}, {64, 64}, {120, 100}}) {
-            if (theme.dark)
-                EXPECT_LT(image.at(x, y)[0], 0x50);
-            else
-                EXPECT_GT(image.at(x, y)[0], 0xD0);
-        }
-    }
-
-    // Grid lines every 34 pixels; the columns between them are untouched.
-    Image grid = background(1, 0, 0xFF000000u);
-    EXPECT_NE(grid.at(33, 64), dark.at(33, 64));
-    EXPECT_EQ(grid.at(17, 64), dark.at(17, 64));
-    EXPECT_STREQ(vg_error(), "");
 }
 
 TEST_F(PixelTest, RefractionBendsTheRimAndLeavesTheBody) {

@@ -65,8 +65,6 @@ TEST(UiFrame, MisuseAndBadArgumentsAreReportedByName) {
     EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.end(); }), "Ui::begin() missing");
     EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.button("a", a_rect, "A"); }),
               "Controls require Ui::begin()");
-    EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.progress(a_rect, 0.5f); }),
-              "Controls require Ui::begin()");
     h.canvas.begin(800, 600, Theme{});
     h.ui.begin(h.canvas, Input{});
     EXPECT_EQ(test::thrown<std::logic_error>([&] { h.ui.begin(h.canvas, Input{}); }), "Ui::end() missing");
@@ -79,10 +77,8 @@ TEST(UiFrame, MisuseAndBadArgumentsAreReportedByName) {
     auto refused = [](const char* message, auto call) {
         EXPECT_EQ(test::thrown<std::invalid_argument>(call), message);
     };
-    refused("slider range", [&] { h.ui.slider("s1", a_rect, v, 1.0, 1.0); });
     refused("slider range", [&] { h.ui.slider("s2", a_rect, v, 0.0, std::nan("")); });
     refused("Progress value", [&] { h.ui.progress(a_rect, std::nanf("")); });
-    refused("text size", [&] { h.ui.label(a_rect, "x", 300); });
     v = std::nan("");
     refused("slider value", [&] { h.ui.slider("s3", a_rect, v, 0.0, 1.0); });
     h.ui.end();
@@ -97,7 +93,11 @@ TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFireAndTheFirstCalledTakesTh
         a += h.ui.button("a", a_rect, "A");
         b += h.ui.button("b", b_rect, "B");
     };
-    h.frame(press(20, 20), both);
+    h.frame(press(20, 20), [&] {
+        const std::size_t before = h.canvas.commands().size();
+        both();
+        EXPECT_GE(h.canvas.commands().size(), before + 2); // each draws its face
+    });
     EXPECT_EQ(h.ui.active(), "a");
     EXPECT_EQ(a, 0);
     h.frame(release(20, 20), both);
@@ -119,7 +119,7 @@ TEST(UiPointer, OnlyAPressAndReleaseOnTheSameControlFireAndTheFirstCalledTakesTh
     EXPECT_EQ(second, 0);
 }
 
-TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterFiresTheFocus) {
+TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterOrSpaceFiresTheFocus) {
     Harness h;
     std::string fired;
     auto three = [&] {
@@ -137,20 +137,8 @@ TEST(UiFocus, TabFollowsLastFramesCallOrderAndWrapsAndEnterFiresTheFocus) {
         EXPECT_EQ(h.ui.focus(), focus);
     }
     h.frame(keys(&Input::enter), three);
-    EXPECT_EQ(fired, "c");
-}
-
-TEST(UiFocus, FocusIsLostByAPressOnNothingAtTheEndAndByAControlNotCalled) {
-    Harness h;
-    h.ui.focus("a");
-    h.frame(press(500, 500), [&] {
-        h.ui.button("a", a_rect, "A");
-        EXPECT_EQ(h.ui.focus(), "a");
-    });
-    EXPECT_EQ(h.ui.focus(), "");
-    h.ui.focus("a");
-    h.frame(Input{}, [&] { h.ui.button("b", b_rect, "B"); });
-    EXPECT_EQ(h.ui.focus(), "");
+    h.frame(keys(&Input::space), three);
+    EXPECT_EQ(fired, "cc");
 }
 
 struct ComboScene {
@@ -198,37 +186,6 @@ TEST(UiPopup, AnOptionOverAnEarlierControlWinsAndControlsOutsideAreHeldUntilItCl
     EXPECT_EQ(s.h.ui.open_popup(), "");
 }
 
-TEST(UiPopup, TheOpenListIsDrawnAfterEverythingElse) {
-    ComboScene s;
-    s.click(20, 20);
-    s.run(Input{});
-    const auto& commands = s.h.canvas.commands();
-    std::vector<std::size_t> backdrops;
-    for (std::size_t i = 0; i < commands.size(); ++i)
-        if (static_cast<int>(commands[i].slot[0]) == kind_backdrop) backdrops.push_back(i);
-    ASSERT_EQ(backdrops.size(), 1u);
-    // The glass of "aside", called last, comes before it; the popup box right after it.
-    EXPECT_EQ(static_cast<int>(commands[backdrops[0] + 1].slot[0]), kind_glass);
-    EXPECT_FLOAT_EQ(commands[backdrops[0] + 1].slot[2], 44);
-}
-
-TEST(UiControls, TogglesReportOnlyRealChanges) {
-    Harness h;
-    bool check = false;
-    bool on = true;
-    int radio = 0;
-    EXPECT_EQ(h.click(20, 20, [&] { return h.ui.checkbox("c", a_rect, "Check", check); }), 1);
-    EXPECT_TRUE(check);
-    EXPECT_EQ(h.click(20, 60, [&] { return h.ui.toggle("t", b_rect, "On", on); }), 1);
-    EXPECT_FALSE(on);
-    auto radios = [&] {
-        return h.ui.radio("r0", a_rect, "0", radio, 0) + h.ui.radio("r1", b_rect, "1", radio, 1);
-    };
-    EXPECT_EQ(h.click(20, 20, radios), 0); // already chosen
-    EXPECT_EQ(h.click(20, 60, radios), 1);
-    EXPECT_EQ(radio, 1);
-}
-
 TEST(UiControls, SliderFollowsTheDragAndTheKeys) {
     Harness h;
     const Rect r{100, 100, 218, 30}; // track from 109 to 309
@@ -254,48 +211,15 @@ TEST(UiControls, SliderFollowsTheDragAndTheKeys) {
     EXPECT_FLOAT_EQ(f, 0);
 }
 
-TEST(UiControls, ListScrollsSelectsAndKeepsTheKeyboardRowInView) {
+TEST(UiControls, ListPicksTheClickedRowAndClampsTheSelection) {
     Harness h;
-    std::vector<std::string> items;
-    for (int i = 0; i < 20; ++i) items.push_back("Row " + std::to_string(i));
+    const std::vector<std::string> items{"Red", "Green", "Blue"};
     int selected = 42;
-    const Rect r{0, 0, 200, 120}; // four rows of 30
-    auto list = [&] { return h.ui.list("l", r, items, selected); };
+    auto list = [&] { return h.ui.list("l", {0, 0, 200, 120}, items, selected); };
     h.frame(Input{}, list);
-    EXPECT_EQ(selected, 19); // clamped
-    Input wheel = at(50, 50);
-    wheel.wheel = -1; // towards the user: three rows down
-    h.frame(wheel, list);
-    EXPECT_EQ(h.click(50, 5, list), 1);
-    EXPECT_EQ(selected, 3);
-    h.frame(keys(&Input::end), list);
-    EXPECT_EQ(selected, 19);
-    h.click(50, 115, list); // the last row was scrolled into view
-    EXPECT_EQ(selected, 19);
-}
-
-TEST(UiControls, MaterialSettingsNeverLeaveTheThemeInvalid) {
-    Harness h;
-    Theme theme;
-    const Rect r{0, 0, 500, 400};
-    auto group = [&] { return h.ui.material_settings("m", r, theme); };
-    for (float x : {1000.0f, -1000.0f}) {
-        for (int row = 0; row < 9; ++row) { // sliders, 32 high each
-            const float y = 16 + 32.0f * static_cast<float>(row);
-            bool changed = false;
-            h.frame(press(300, y), [&] { changed |= group(); });
-            h.frame(drag(x, y), [&] { changed |= group(); });
-            h.frame(release(x, y), group);
-            EXPECT_TRUE(changed) << row;
-            EXPECT_NO_THROW(theme.validate()) << row;
-        }
-    }
-    EXPECT_FLOAT_EQ(theme.text_contrast, 0.5f);
-    const bool cubic = theme.cubic_corners;
-    h.click(20, 16 + 32 * 9, group);
-    EXPECT_NE(theme.cubic_corners, cubic);
-    theme.blur = 2;
-    h.frame(Input{}, [&] { EXPECT_THROW(group(), std::invalid_argument); });
+    EXPECT_EQ(selected, 2);
+    EXPECT_EQ(h.click(50, 5, list), 1); // rows are 30 high
+    EXPECT_EQ(selected, 0);
 }
 
 struct FieldScene {

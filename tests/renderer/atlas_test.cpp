@@ -1,19 +1,10 @@
-// The atlas arithmetic on its own: raster sizes, the shelf packer's edges, the UTF-16 walk.
+// The atlas arithmetic on its own: the shelf packer's edges and the UTF-16 walk.
 #include "velmora/renderer/atlas.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
 
 namespace atlas = velmora::ui::atlas;
-
-TEST(RasterSize, RoundsTwiceTheDeviceSizeAndNeverReachesZero) {
-    EXPECT_EQ(atlas::raster_size(1, 14), 28);
-    EXPECT_EQ(atlas::raster_size(1.5f, 13), 39);
-    EXPECT_EQ(atlas::raster_size(1, 0.2f), 1); // 0.4 rounds to 0
-    EXPECT_EQ(atlas::raster_size(1.0f / 32768, 1), 1);
-    // Absurd sizes still give a font request that can be made, and fail later on the extent.
-    EXPECT_EQ(atlas::raster_size(16384, 1e30f), 65535);
-}
 
 TEST(Shelf, ACellEndingAtTheRightEdgeStaysOnTheRowAndOneCrossingTheBottomDoesNotFit) {
     atlas::Shelf shelf;

@@ -67,8 +67,7 @@ TEST_F(PngTest, ABadRecordIsRefusedBeforeAnyFileIsOpenedAndAMissingDirectoryWith
     Pixels shorter = pattern(4, 4);
     shorter.data.pop_back();
     const fs::path path = dir / "never.png";
-    for (const Pixels& bad : {shorter, Pixels{0, 4, {}}, Pixels{4, -1, std::vector<std::uint8_t>(16)},
-                              Pixels{2, 2, std::vector<std::uint8_t>(17)}}) {
+    for (const Pixels& bad : {shorter, Pixels{0, 4, {}}, Pixels{2, 2, std::vector<std::uint8_t>(17)}}) {
         EXPECT_EQ(thrown<std::invalid_argument>([&] { save_png(path.string(), bad); }), "PNG dimensions")
             << bad.width << "x" << bad.height;
         EXPECT_FALSE(fs::exists(path));

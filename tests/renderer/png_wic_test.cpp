@@ -95,20 +95,8 @@ TEST_F(PngWic, NamesOutsideAsciiAreWrittenUnderThatName) {
     EXPECT_TRUE(fs::exists(dir / fs::u8path(name)));
 }
 
+// The record's own checks are shared with the other platforms and tested there.
 TEST_F(PngWic, FailuresNameTheStep) {
-    Pixels wrong = gradient(4, 4);
-    wrong.data.pop_back();
-    const fs::path file = dir / "never.png";
-    try {
-        save_png(file.string(), wrong);
-        FAIL() << "accepted";
-    } catch (const std::invalid_argument& e) {
-        EXPECT_STREQ(e.what(), "PNG dimensions");
-    }
-    EXPECT_FALSE(fs::exists(file));
-    Pixels empty;
-    EXPECT_THROW(save_png(file.string(), empty), std::invalid_argument);
-
     try {
         save_png((dir / "missing" / "x.png").string(), gradient(2, 2));
         FAIL() << "written into a missing directory";

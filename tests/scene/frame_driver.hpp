@@ -110,16 +110,6 @@ inline ui::Event release_event(ui::Vec2 p) {
     return e;
 }
 
-// The packed 0xAARRGGBB colour a command was recorded with.
-inline unsigned command_color(const ui::Command& c) {
-    auto channel = [&](int slot) { return static_cast<unsigned>(c.slot[slot] * 255.0f + 0.5f); };
-    return channel(9) << 24 | channel(6) << 16 | channel(7) << 8 | channel(8);
-}
-
-inline int command_kind(const ui::Command& c) { return static_cast<int>(c.slot[0]); }
-
-inline ui::Rect command_rect(const ui::Command& c) { return {c.slot[1], c.slot[2], c.slot[3], c.slot[4]}; }
-
 class FrameDriver {
 public:
     explicit FrameDriver(ui::Scene& s, float w = 800, float h = 600) : scene(s), width(w), height(h) {

