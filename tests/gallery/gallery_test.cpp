@@ -25,17 +25,6 @@ protected:
     std::shared_ptr<ui::Widget> first_child() const { return scene.content()->children.front(); }
 };
 
-TEST_F(GalleryTest, SelectClampsAndPutsTheSettingsPanelFirstOnTheMaterialPage) {
-    scene.select(99);
-    EXPECT_EQ(scene.page(), gallery::material_page);
-    EXPECT_EQ(scene.sidebar()->selected(), gallery::material_page);
-    EXPECT_NE(std::dynamic_pointer_cast<ui::GlassSettingsPanel>(first_child()), nullptr);
-    EXPECT_STREQ(first_child()->class_name(), "GlassSettingsPanel");
-    scene.select(-4);
-    EXPECT_EQ(scene.page(), 0);
-    EXPECT_EQ(scene.sidebar()->selected(), 0);
-}
-
 TEST_F(GalleryTest, TheSidebarIsTheRoadToARebuild) {
     scene.sidebar()->select(3);
     EXPECT_EQ(scene.page(), 3);

@@ -25,9 +25,9 @@ public:
     explicit Events(const ui::Window& w)
         : id_(SDL_GetWindowID(static_cast<SDL_Window*>(w.native_handle()))) {}
 
-    void key(SDL_Keycode sym, Uint16 mod = KMOD_NONE, bool down = true) const {
-        SDL_Event e = make(down ? SDL_KEYDOWN : SDL_KEYUP);
-        e.key.state = down ? SDL_PRESSED : SDL_RELEASED;
+    void key(SDL_Keycode sym, Uint16 mod = KMOD_NONE) const {
+        SDL_Event e = make(SDL_KEYDOWN);
+        e.key.state = SDL_PRESSED;
         e.key.keysym.sym = sym;
         e.key.keysym.mod = mod;
         push(e);
@@ -43,18 +43,10 @@ public:
         e.edit.start = cursor;
         push(e);
     }
-    void motion(int x, int y) const {
-        SDL_Event e = make(SDL_MOUSEMOTION);
-        e.motion.x = x;
-        e.motion.y = y;
-        push(e);
-    }
-    void button(Uint8 which, bool down, int x = 10, int y = 20) const {
+    void button(Uint8 which, bool down) const {
         SDL_Event e = make(down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP);
         e.button.button = which;
         e.button.state = down ? SDL_PRESSED : SDL_RELEASED;
-        e.button.x = x;
-        e.button.y = y;
         push(e);
     }
     void wheel(float notches, bool flipped = false) const {
@@ -149,30 +141,10 @@ TEST_F(WindowTest, EventsReachOnlyTheirOwnWindowAndClosingIsFinal) {
     EXPECT_FALSE(second.poll());
 }
 
-TEST_F(WindowTest, MouseIsUnknownUntilSeenThenKeptAndALeftPressHoldsUntilReleased) {
+// What the real-input suite cannot drive through an X server: a pointer never seen, a focus
+// lost mid-drag, natural scrolling, and which modified keys count.
+TEST_F(WindowTest, PointerUnseenFocusLostMidDragNaturalWheelAndSystemKeys) {
     EXPECT_EQ(poll().mouse.x, -1);
-    EXPECT_EQ(window.input().mouse.y, -1);
-    send.motion(30, 40);
-    poll();
-    const ui::Input& later = poll();
-    EXPECT_EQ(later.mouse.x, 30);
-    EXPECT_EQ(later.mouse.y, 40);
-
-    send.button(SDL_BUTTON_LEFT, true, 5, 6);
-    const ui::Input& pressed = poll();
-    EXPECT_TRUE(pressed.mouse_pressed && pressed.mouse_down);
-    EXPECT_EQ(pressed.mouse.x, 5);
-    const ui::Input& held = poll();
-    EXPECT_TRUE(held.mouse_down);
-    EXPECT_FALSE(held.mouse_pressed);
-    send.button(SDL_BUTTON_LEFT, false, 7, 8);
-    const ui::Input& up = poll();
-    EXPECT_TRUE(up.mouse_released);
-    EXPECT_FALSE(up.mouse_down);
-    EXPECT_EQ(up.mouse.y, 8);
-}
-
-TEST_F(WindowTest, LosingFocusMidDragReleasesTheButtonOnce) {
     send.button(SDL_BUTTON_LEFT, true);
     send.window(SDL_WINDOWEVENT_FOCUS_LOST);
     const ui::Input& lost = poll();
@@ -182,116 +154,31 @@ TEST_F(WindowTest, LosingFocusMidDragReleasesTheButtonOnce) {
     send.button(SDL_BUTTON_LEFT, false);
     const ui::Input& after = poll();
     EXPECT_FALSE(after.mouse_released || after.mouse_down || after.focus_lost);
-}
-
-TEST_F(WindowTest, RightButtonAndWheel) {
-    send.button(SDL_BUTTON_RIGHT, true);
-    send.button(SDL_BUTTON_RIGHT, false);
-    send.wheel(1);
-    send.wheel(1);
-    const ui::Input& in = poll();
-    EXPECT_TRUE(in.right_pressed && in.right_released);
-    EXPECT_FALSE(in.mouse_down || in.mouse_pressed);
-    EXPECT_FLOAT_EQ(in.wheel, 2);
 
     send.wheel(0.5f);
     send.wheel(1, true); // natural scrolling reports the other way round
     EXPECT_FLOAT_EQ(poll().wheel, -0.5f);
-    EXPECT_FLOAT_EQ(poll().wheel, 0);
-}
 
-TEST_F(WindowTest, PlainKeysSetTheirFlagsTheLastVirtualKeyAndModifiersFollowKeyUp) {
-    send.key(SDLK_LEFT);
-    send.key(SDLK_PAGEDOWN);
-    send.key(SDLK_KP_ENTER);
-    send.key(SDLK_DELETE);
-    send.key(SDLK_F5);
-    const ui::Input& in = poll();
-    EXPECT_TRUE(in.left && in.page_down && in.enter && in.delete_key);
-    EXPECT_FALSE(in.right || in.up || in.escape || in.ctrl);
-    EXPECT_EQ(in.key, 0x74u); // F5
-    EXPECT_EQ(poll().key, 0u);
-
-    send.key(SDLK_q);
-    send.key(SDLK_7);
-    EXPECT_EQ(poll().key, 0x37u);
-
-    send.key(SDLK_LSHIFT, KMOD_LSHIFT);
-    EXPECT_TRUE(poll().shift);
-    send.key(SDLK_LSHIFT, KMOD_LSHIFT);
-    send.key(SDLK_LSHIFT, KMOD_NONE, false);
-    EXPECT_FALSE(poll().shift);
-
-    // A chord pressed and let go within one poll keeps the modifiers of its key's press.
-    send.key(SDLK_LCTRL, KMOD_LCTRL);
-    send.key(SDLK_k, KMOD_LCTRL);
-    send.key(SDLK_k, KMOD_LCTRL, false);
-    send.key(SDLK_LCTRL, KMOD_NONE, false);
-    const ui::Input& chord = poll();
-    EXPECT_TRUE(chord.ctrl);
-    EXPECT_EQ(chord.key, 0x4Bu);
-    EXPECT_FALSE(poll().ctrl);
-}
-
-TEST_F(WindowTest, EditShortcutsFollowTheModifiersAndAltMakesASystemKeyUnlessCtrlIsHeld) {
-    send.key(SDLK_z, KMOD_LCTRL);
-    const ui::Input& undo = poll();
-    EXPECT_TRUE(undo.undo && undo.ctrl);
-    EXPECT_FALSE(undo.redo);
     send.key(SDLK_z, KMOD_LCTRL | KMOD_LSHIFT);
     const ui::Input& redo = poll();
-    EXPECT_TRUE(redo.redo && redo.shift);
-    EXPECT_FALSE(redo.undo);
-
-    for (SDL_Keycode k : {SDLK_a, SDLK_c, SDLK_x, SDLK_y}) send.key(k, KMOD_RCTRL);
-    const ui::Input& all = poll();
-    EXPECT_TRUE(all.select_all && all.copy && all.cut && all.redo);
-
-    // A plain letter later in the same poll takes the shortcut back.
-    for (SDL_Keycode k : {SDLK_a, SDLK_z}) {
-        send.key(k, KMOD_LCTRL);
-        send.key(k);
-    }
-    const ui::Input& taken_back = poll();
-    EXPECT_FALSE(taken_back.select_all || taken_back.undo || taken_back.redo || taken_back.ctrl);
-
-    send.key(SDLK_LEFT, KMOD_LALT);
+    EXPECT_TRUE(redo.redo && !redo.undo);
+    send.key(SDLK_LEFT, KMOD_LALT); // Alt alone makes a system key, Ctrl+Alt an ordinary one
     const ui::Input& alt = poll();
     EXPECT_FALSE(alt.left || alt.alt);
-    EXPECT_EQ(alt.key, 0u);
     send.key(SDLK_LEFT, KMOD_LALT | KMOD_LCTRL);
     const ui::Input& ctrl_alt = poll();
     EXPECT_TRUE(ctrl_alt.left && ctrl_alt.alt && ctrl_alt.ctrl);
 }
 
-TEST_F(WindowTest, TextArrivesOnlyWithTextInputOnAndNeitherCtrlNorAltHeld) {
+TEST_F(WindowTest, TextNeedsTextInputAndKeepsAstralCharactersButNoControls) {
     send.text("a");
-    send.key(SDLK_v, KMOD_LCTRL);
-    window.clipboard_text("clip");
-    const ui::Input& off = poll();
-    EXPECT_EQ(off.text, "");
-    EXPECT_EQ(off.paste, "");
-
+    EXPECT_EQ(poll().text, "");
     window.text_input(true);
-    send.text("a");
-    send.key(SDLK_v, KMOD_LCTRL);
-    const ui::Input& on = poll();
-    EXPECT_EQ(on.text, "a");
-    EXPECT_EQ(on.paste, "clip");
-
-    for (Uint16 mod : {KMOD_LCTRL, KMOD_LALT, KMOD_NONE}) {
+    for (Uint16 mod : {KMOD_LCTRL, KMOD_LALT}) {
         send.key(SDLK_q, mod);
         send.text("q");
-        EXPECT_EQ(poll().text, mod == KMOD_NONE ? "q" : "") << mod;
+        EXPECT_EQ(poll().text, "") << mod;
     }
-
-    window.text_input(false);
-    send.text("b");
-    EXPECT_EQ(poll().text, "");
-}
-
-TEST_F(WindowTest, TypedTextKeepsAstralCharactersAndDropsControls) {
-    window.text_input(true);
     send.text("\xF0\x9F\x98\x80"); // U+1F600, a surrogate pair on the wide side
     send.text("\t\r\x7F\b");
     send.text("\xC3\xA9\xC2\x85"); // é and NEL, a C1 control that is still text here
@@ -324,13 +211,8 @@ TEST_F(WindowTest, CompositionIsKeptUntilCommittedCancelledOrFocusIsLost) {
     EXPECT_NO_THROW(window.text_input_rect({NAN, -1e9f, -1, INFINITY}));
 }
 
-TEST_F(WindowTest, ClipboardRoundTripAndValidation) {
-    window.text_input(true);
-    const std::string text = "\xE4\xBD\xA0\xE5\xA5\xBD \xF0\x9F\x98\x80";
-    window.clipboard_text(text);
-    send.key(SDLK_v, KMOD_LCTRL);
-    send.key(SDLK_v, KMOD_LCTRL);
-    EXPECT_EQ(poll().paste, text + text);
+// The clipboard round trip is the real-input suite's; what it cannot reach is a refusal.
+TEST_F(WindowTest, ClipboardAndTitleRefuseInvalidUtf8) {
     EXPECT_EQ(thrown<std::invalid_argument>([&] { window.clipboard_text("\xFF"); }), "Invalid UTF-8");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { window.title("\xE4\xBD"); }), "Invalid UTF-8");
 }

@@ -42,16 +42,6 @@ template <class Picker> struct PickerScene {
     ui::Vec2 centre(ui::Rect r) const { return {r.x + r.w * 0.5f, r.y + r.h * 0.5f}; }
 };
 
-TEST(ColorPicker, HexTextRoundTrips) {
-    unsigned v = 0;
-    EXPECT_TRUE(ui::ColorPicker::parse_hex("#3b82F680", v));
-    EXPECT_EQ(v, 0x803B82F6u);
-    EXPECT_EQ(ui::ColorPicker::hex(0x803B82F6u), "#3B82F680");
-    EXPECT_EQ(ui::ColorPicker::hex(0xFF00FF00u), "#00FF00");
-    for (const char* bad : {"#abc", "12345G", "#1234567"})
-        EXPECT_FALSE(ui::ColorPicker::parse_hex(bad, v)) << bad;
-}
-
 TEST(ColorPicker, KeyboardAndHexFieldInThePopup) {
     PickerScene<ui::ColorPicker> s(0xFFFF0000u);
     auto popup = s.open<ui::ColorPopup>();
