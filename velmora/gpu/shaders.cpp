@@ -73,8 +73,10 @@ void main() {
 
 // ---- blur ---------------------------------------------------------------------------------
 
-// One axis of a separable Gaussian; weights are computed per tap and normalised by what was
-// actually summed, so the hard 64-tap bound never darkens the result.
+// One axis of a separable Gaussian. Weights are computed per tap and normalised by what was
+// actually summed, so the hard 64-tap bound never darkens the result. Taps go in pairs, one
+// bilinear fetch between the two at their weighted position, which halves the reads; the
+// sampler wraps to a border, so coordinates are held to the edge texels here.
 constexpr char blur_body[] = R"(
 in vec2 uv;
 out vec4 color;
@@ -88,14 +90,17 @@ void main() {
     }
     float r = ceil(3.0 * sigma);
     float inv = .5 / (sigma * sigma);
+    vec2 lo = .5 / vec2(textureSize(src, 0));
     vec4 sum = texture(src, uv);
     float total = 1.0;
-    for (int i = 1; i <= 64; ++i) {
+    for (int i = 1; i <= 64; i += 2) {
         float fi = float(i);
         if (fi > r) break;
-        float w = exp(-fi * fi * inv);
-        vec2 d = stepv * fi;
-        sum += (texture(src, uv + d) + texture(src, uv - d)) * w;
+        float w1 = exp(-fi * fi * inv);
+        float w2 = fi + 1.0 <= r ? exp(-(fi + 1.0) * (fi + 1.0) * inv) : 0.0;
+        float w = w1 + w2;
+        vec2 d = stepv * (fi + w2 / w);
+        sum += (texture(src, clamp(uv + d, lo, 1.0 - lo)) + texture(src, clamp(uv - d, lo, 1.0 - lo))) * w;
         total += 2.0 * w;
     }
     color = sum / total;

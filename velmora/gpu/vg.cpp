@@ -17,6 +17,7 @@
 #include "velmora/gpu/gl_loader.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -93,6 +94,7 @@ constexpr GLenum GL_BLEND_DST_RGB = 0x80C8;
 constexpr GLenum GL_BLEND_SRC_RGB = 0x80C9;
 constexpr GLenum GL_BLEND_DST_ALPHA = 0x80CA;
 constexpr GLenum GL_BLEND_SRC_ALPHA = 0x80CB;
+constexpr GLenum GL_CLAMP_TO_BORDER = 0x812D;
 constexpr GLenum GL_CLAMP_TO_EDGE = 0x812F;
 constexpr GLenum GL_MAJOR_VERSION = 0x821B;
 constexpr GLenum GL_MINOR_VERSION = 0x821C;
@@ -185,6 +187,9 @@ constexpr GLint GL_CONTEXT_COMPATIBILITY_PROFILE_BIT = 0x2;
     X(void, glDisablei, (GLenum, GLuint))                                                                    \
     X(void, glBindBuffer, (GLenum, GLuint))                                                                  \
     X(void, glBindSampler, (GLuint, GLuint))                                                                 \
+    X(void, glGenSamplers, (GLsizei, GLuint*))                                                               \
+    X(void, glDeleteSamplers, (GLsizei, const GLuint*))                                                      \
+    X(void, glSamplerParameteri, (GLuint, GLenum, GLint))                                                    \
     X(void, glPixelStorei, (GLenum, GLint))                                                                  \
     X(void, glPolygonMode, (GLenum, GLenum))                                                                 \
     X(void, glTexSubImage2D, (GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*))   \
@@ -218,7 +223,7 @@ bool resources_ready = false;
 bool entry_points_live = false;
 char last_error[error_capacity] = "";
 
-GLuint vao = 0;
+GLuint vao = 0, blur_sampler = 0;
 GLuint program_bg = 0, program_blur = 0, program_glass = 0, program_shape = 0, program_text = 0;
 GLint bg_res = -1, bg_time = -1, bg_grid = -1, bg_palette = -1, bg_color = -1, bg_accent = -1;
 GLint bl_src = -1, bl_step = -1, bl_sigma = -1;
@@ -357,9 +362,10 @@ void delete_resources() {
     for (GLuint program : {program_bg, program_blur, program_glass, program_shape, program_text})
         glDeleteProgram_(program);
     glDeleteVertexArrays_(1, &vao);
+    glDeleteSamplers_(1, &blur_sampler);
     resources_ready = false;
     scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
-    program_bg = program_blur = program_glass = program_shape = program_text = vao = 0;
+    program_bg = program_blur = program_glass = program_shape = program_text = vao = blur_sampler = 0;
     tex_w = tex_h = 0;
     blendFuncIndexed = nullptr;
     blendEquationIndexed = nullptr;
@@ -550,7 +556,121 @@ void enable_premultiplied_blending() {
     }
 }
 
-void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float texel_sigma) {
+// A rectangle of texels or pixels, [x0, x1) x [y0, y1), y up as GL counts.
+struct Area {
+    int x0, y0, x1, y1;
+
+    long long size() const { return static_cast<long long>(x1 - x0) * (y1 - y0); }
+    Area grown(int dx, int dy, int w, int h) const {
+        return {std::max(x0 - dx, 0), std::max(y0 - dy, 0), std::min(x1 + dx, w), std::min(y1 + dy, h)};
+    }
+    Area joined(const Area& o) const {
+        return {std::min(x0, o.x0), std::min(y0, o.y0), std::max(x1, o.x1), std::max(y1, o.y1)};
+    }
+    void scissor() const { glScissor_(x0, y0, x1 - x0, y1 - y0); }
+};
+
+// The mapping of one vg_submit: target size, logical-to-pixel scale and the host's scissor.
+struct Frame {
+    int width, height;
+    float fw, fh, sx, sy;
+    bool host_scissor;
+    float host_left, host_right, host_top, host_bottom; // y-down pixels
+
+    // The y-down pixel box a drawing command may touch: its clip cut to the host's scissor.
+    // False when the command draws nothing (empty clip, or an alpha that is not positive).
+    bool clip(const float* c, float& left, float& top, float& right, float& bottom) const {
+        left = std::max(c[18] * sx, 0.0f);
+        right = std::min((c[18] + c[20]) * sx, fw);
+        top = std::max(c[19] * sy, 0.0f);
+        bottom = std::min((c[19] + c[21]) * sy, fh);
+        if (host_scissor) {
+            left = std::max(left, host_left);
+            right = std::min(right, host_right);
+            top = std::max(top, host_top);
+            bottom = std::min(bottom, host_bottom);
+        }
+        // Negated, so that a NaN in the clip or the alpha skips the command too.
+        return right > left && bottom > top && c[9] > 0;
+    }
+};
+
+// The half-size areas whose blurred values glass will read, as few rectangles as keeps the
+// blurred surface small. Lives on the stack of each backdrop.
+struct BlurAreas {
+    static constexpr int capacity = 16;
+    Area areas[capacity];
+    int count = 0;
+
+    // Adds `a`, merging rectangles whenever their bounding box (grown by the kernel) costs no
+    // more than the two apart, and into the cheapest neighbour when full.
+    void add(Area a, int gx, int gy) {
+        for (;;) {
+            int best = -1;
+            long long best_cost = 0;
+            const Area ga = a.grown(gx, gy, blur_w, blur_h);
+            for (int i = 0; i < count; ++i) {
+                const Area gi = areas[i].grown(gx, gy, blur_w, blur_h);
+                const long long extra = ga.joined(gi).size() - ga.size() - gi.size();
+                if (best < 0 || extra < best_cost) {
+                    best = i;
+                    best_cost = extra;
+                }
+            }
+            if (best < 0 || (best_cost > 0 && count < capacity)) break;
+            a = a.joined(areas[best]);
+            areas[best] = areas[--count];
+        }
+        areas[count++] = a;
+    }
+};
+
+// Refraction moves a glass sample at most 4/5 of the widest bevel, 10 units, along the normal.
+constexpr float max_refraction = 8.0f;
+
+// Collects what the glass commands up to the next backdrop read of the blurred scene, as
+// V-pass areas in half-size texels. Glass with no blur weight reads none.
+void collect_blur_areas(const Frame& f, const float* commands, int count, int gx, int gy, BlurAreas& out) {
+    const float kx = static_cast<float>(blur_w) / f.fw, ky = static_cast<float>(blur_h) / f.fh;
+    for (int i = 0; i < count; ++i) {
+        const float* c = commands + static_cast<std::size_t>(i) * 64;
+        if (c[0] == 9.0f) break;
+        float left, top, right, bottom;
+        if (c[0] != 0.0f || !f.clip(c, left, top, right, bottom) || c[22] <= 0) continue;
+        // The quad overreaches the surface by 2 units; an odd size reads from anywhere.
+        if (c[3] >= 0 && c[4] >= 0) {
+            left = std::max(left, (c[1] - 2) * f.sx);
+            right = std::min(right, (c[1] + c[3] + 2) * f.sx);
+            top = std::max(top, (c[2] - 2) * f.sy);
+            bottom = std::min(bottom, (c[2] + c[4] + 2) * f.sy);
+            if (!(right > left) || !(bottom > top)) continue;
+            const float rx = max_refraction * f.sx, ry = max_refraction * f.sy;
+            left -= rx;
+            right += rx;
+            top -= ry;
+            bottom += ry;
+        } else {
+            left = top = 0;
+            right = f.fw;
+            bottom = f.fh;
+        }
+        // One texel more on each side for the bilinear footprint.
+        const Area a{static_cast<int>(std::floor(left * kx)) - 1,
+                     static_cast<int>(std::floor((f.fh - bottom) * ky)) - 1,
+                     static_cast<int>(std::ceil(right * kx)) + 1,
+                     static_cast<int>(std::ceil((f.fh - top) * ky)) + 1};
+        const Area inside = a.grown(0, 0, blur_w, blur_h);
+        if (inside.x1 > inside.x0 && inside.y1 > inside.y0) out.add(inside, gx, gy);
+    }
+}
+
+// The reach of one blur pass in texels, past the pairs' last fetch.
+int kernel_reach(float texel_sigma) {
+    return static_cast<int>(std::min(std::ceil(3.0f * texel_sigma), 64.0f)) + 1;
+}
+
+void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float texel_sigma, const Area* areas,
+               int count, int gx, int gy) {
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, target);
     glViewport_(0, 0, blur_w, blur_h);
     glActiveTexture_(GL_TEXTURE0);
@@ -558,33 +678,48 @@ void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float t
     glUseProgram_(program_blur);
     glUniform2f_(bl_step, step_x, step_y);
     glUniform1f_(bl_sigma, texel_sigma);
-    glDrawArrays_(GL_TRIANGLES, 0, 3);
+    for (int i = 0; i < count; ++i) {
+        areas[i].grown(gx, gy, blur_w, blur_h).scissor();
+        glDrawArrays_(GL_TRIANGLES, 0, 3);
+    }
 }
 
-// Freezes the target into scene_tex and, with sigma on, a half-size blurred copy; returns
-// the texture glass reads as its blurred scene. Leaves the target bound for drawing with
-// premultiplied blending.
-GLuint snapshot(GLuint framebuffer, GLenum buffer, int width, int height, float sigma) {
+// Freezes the target into scene_tex and, with sigma on, blurs a half-size copy where the glass
+// up to the next backdrop (`next`, `count` commands on) will read it; returns the texture glass
+// reads as its blurred scene. Leaves the target bound for drawing with premultiplied blending.
+GLuint snapshot(GLuint framebuffer, GLenum buffer, const Frame& f, const float* next, int count,
+                float sigma) {
     glDisable_(GL_SCISSOR_TEST);
     glDisablei_(GL_BLEND, 0);
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
     glReadBuffer_(buffer);
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, scene_fbo);
-    glBlitFramebuffer_(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBlitFramebuffer_(0, 0, f.width, f.height, 0, 0, f.width, f.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     GLuint result = scene_tex;
     if (sigma > .01f) {
+        const auto bw = static_cast<float>(blur_w), bh = static_cast<float>(blur_h);
+        const float sigma_x = sigma * bw / f.fw, sigma_y = sigma * bh / f.fh;
+        const int rx = kernel_reach(sigma_x), ry = kernel_reach(sigma_y);
+        BlurAreas blur;
+        collect_blur_areas(f, next, count, rx, ry, blur);
+        // Downsample what the horizontal pass reads, which reads what the vertical pass reads.
+        glEnable_(GL_SCISSOR_TEST);
         glBindFramebuffer_(GL_READ_FRAMEBUFFER, scene_fbo);
         glReadBuffer_(GL_COLOR_ATTACHMENT0);
         glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, blur_a_fbo);
-        glBlitFramebuffer_(0, 0, width, height, 0, 0, blur_w, blur_h, GL_COLOR_BUFFER_BIT, GL_LINEAR);
-        auto bw = static_cast<float>(blur_w), bh = static_cast<float>(blur_h);
-        blur_pass(blur_b_fbo, blur_a_tex, 1.0f / bw, 0.0f, sigma * bw / static_cast<float>(width));
-        blur_pass(blur_a_fbo, blur_b_tex, 0.0f, 1.0f / bh, sigma * bh / static_cast<float>(height));
+        for (int i = 0; i < blur.count; ++i) {
+            blur.areas[i].grown(rx, ry, blur_w, blur_h).scissor();
+            glBlitFramebuffer_(0, 0, f.width, f.height, 0, 0, blur_w, blur_h, GL_COLOR_BUFFER_BIT, GL_LINEAR);
+        }
+        glBindSampler_(0, blur_sampler);
+        blur_pass(blur_b_fbo, blur_a_tex, 1.0f / bw, 0.0f, sigma_x, blur.areas, blur.count, 0, ry);
+        blur_pass(blur_a_fbo, blur_b_tex, 0.0f, 1.0f / bh, sigma_y, blur.areas, blur.count, 0, 0);
+        glBindSampler_(0, 0);
         result = blur_a_tex;
     }
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
     glDrawBuffer_(buffer);
-    glViewport_(0, 0, width, height);
+    glViewport_(0, 0, f.width, f.height);
     enable_premultiplied_blending();
     return result;
 }
@@ -636,6 +771,14 @@ int vg_open(const char* const* shaders) {
     save_state(host);
     resources_ready = true;
     glGenVertexArrays_(1, &vao);
+    // The blur's paired taps fetch between texels. Border wrapping (never read: the shader
+    // clamps to the edge texels itself) keeps software rasterisers on their full-precision
+    // filtering path; the fast path rounds each fetch to 8 bits, which would move the result.
+    glGenSamplers_(1, &blur_sampler);
+    glSamplerParameteri_(blur_sampler, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glSamplerParameteri_(blur_sampler, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glSamplerParameteri_(blur_sampler, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_BORDER);
+    glSamplerParameteri_(blur_sampler, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_BORDER);
 
     const char* fullscreen = shaders[0];
     const char* rect = shaders[3];
@@ -807,16 +950,20 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         restore_state(host);
         return;
     }
-    GLuint blurred = snapshot(framebuffer, buffer, width, height, sigma);
-
     const float fw = static_cast<float>(width), fh = static_cast<float>(height);
-    const float sx = fw / logical_width, sy = fh / logical_height;
     // The host's scissor box in y-down pixels, applied on top of each command's clip.
-    const bool host_scissor = host.enabled[scissor_flag] != 0;
-    const float host_left = static_cast<float>(host.scissor[0]);
-    const float host_right = static_cast<float>(host.scissor[0] + host.scissor[2]);
-    const float host_top = fh - static_cast<float>(host.scissor[1] + host.scissor[3]);
-    const float host_bottom = fh - static_cast<float>(host.scissor[1]);
+    const Frame frame{width,
+                      height,
+                      fw,
+                      fh,
+                      fw / logical_width,
+                      fh / logical_height,
+                      host.enabled[scissor_flag] != 0,
+                      static_cast<float>(host.scissor[0]),
+                      static_cast<float>(host.scissor[0] + host.scissor[2]),
+                      fh - static_cast<float>(host.scissor[1] + host.scissor[3]),
+                      fh - static_cast<float>(host.scissor[1])};
+    GLuint blurred = snapshot(framebuffer, buffer, frame, commands, command_count, sigma);
     const GLuint programs[3] = {program_glass, program_shape, program_text};
     const MaterialUniforms* tables[3] = {&ug, &us, &ut};
 
@@ -829,7 +976,7 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         const float* c = commands + static_cast<std::size_t>(i) * 64;
         const int kind = static_cast<int>(c[0]);
         if (kind == 9) {
-            blurred = snapshot(framebuffer, buffer, width, height, sigma);
+            blurred = snapshot(framebuffer, buffer, frame, c + 64, command_count - i - 1, sigma);
             current = 0;
             continue;
         }
@@ -852,18 +999,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             continue;
         }
 
-        float left = std::max(c[18] * sx, 0.0f);
-        float right = std::min((c[18] + c[20]) * sx, fw);
-        float top = std::max(c[19] * sy, 0.0f);
-        float bottom = std::min((c[19] + c[21]) * sy, fh);
-        if (host_scissor) {
-            left = std::max(left, host_left);
-            right = std::min(right, host_right);
-            top = std::max(top, host_top);
-            bottom = std::min(bottom, host_bottom);
-        }
-        // Negated, so that a NaN in the clip or the alpha skips the command too.
-        if (!(right > left) || !(bottom > top) || !(c[9] > 0)) continue;
+        float left, top, right, bottom;
+        if (!frame.clip(c, left, top, right, bottom)) continue;
         glEnable_(GL_SCISSOR_TEST);
         // Truncating the low edges and rounding up the high ones keeps every touched pixel.
         const int x = static_cast<int>(left);
