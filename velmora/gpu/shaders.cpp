@@ -142,7 +142,20 @@ void main() {
 // A corner is a cubic from (0, r) to (r, 0) in inward coordinates (distance in from the two
 // sides). Its distance is found numerically: a coarse bracket of 9 samples, then 14 golden-
 // section steps, all bounded at compile time.
+//
+// The corner search and the clip loop cost every fragment they are compiled into, taken or
+// not, so the backend builds variants with some of them switched off; all are on by default.
+// With CUBIC_CORNERS off a cubic surface is right only outside its corner squares.
 constexpr char contour_block[] = R"(
+#ifndef CUBIC_CORNERS
+#define CUBIC_CORNERS 1
+#endif
+#ifndef SHAPED_CLIPS
+#define SHAPED_CLIPS 1
+#endif
+#ifndef CUBIC_CLIPS
+#define CUBIC_CLIPS 1
+#endif
 uniform vec4 cornerRadii;
 uniform vec4 cornerHandles;
 uniform vec4 quality;
@@ -215,7 +228,7 @@ vec3 cubicCorner(vec2 q, float r, float k) {
     return vec3(normal, side * dist);
 }
 
-vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic) {
+vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic, bool search) {
     vec2 halfSize = box.zw * .5;
     vec2 local = point - box.xy - halfSize;
     bool right = local.x >= 0.0;
@@ -224,7 +237,7 @@ vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic
     float radius = clamp(radii[index], 0.0, min(halfSize.x, halfSize.y));
     vec2 inward = halfSize - abs(local);
     vec2 orientation = vec2(right ? -1.0 : 1.0, bottom ? -1.0 : 1.0);
-    if (cubic > .5 && radius > 1e-5 && inward.x < radius && inward.y < radius) {
+    if (search && cubic > .5 && radius > 1e-5 && inward.x < radius && inward.y < radius) {
         vec3 field = cubicCorner(inward, radius, clamp(handles[index], .55228475, 1.0));
         return vec3(field.xy * orientation, field.z);
     }
@@ -238,7 +251,7 @@ vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic
 }
 
 vec3 boxField(vec2 point, vec4 box) {
-    return boxFieldProfile(point, box, cornerRadii, cornerHandles, quality.y);
+    return boxFieldProfile(point, box, cornerRadii, cornerHandles, quality.y, CUBIC_CORNERS != 0);
 }
 
 float coverageMode(float d, vec2 gradient, float mode) {
@@ -258,6 +271,7 @@ float coverageAt(float d, vec2 gradient) {
 }
 
 float contentCoverage(vec2 point) {
+#if SHAPED_CLIPS
     vec2 dx = dFdx(point);
     vec2 dy = dFdy(point);
     float result = 1.0;
@@ -265,11 +279,15 @@ float contentCoverage(vec2 point) {
         if (i >= shapeClipCount) break;
         vec4 box = shapeClipRects[i];
         if (box.z <= 0.0 || box.w <= 0.0) return 0.0;
-        vec3 f = boxFieldProfile(point, box, shapeClipRadii[i], shapeClipHandles[i], shapeClipInfo[i].x);
+        vec3 f = boxFieldProfile(point, box, shapeClipRadii[i], shapeClipHandles[i], shapeClipInfo[i].x,
+                                 CUBIC_CLIPS != 0);
         vec2 gradient = vec2(dot(f.xy, dx), dot(f.xy, dy));
         result = min(result, coverageMode(f.z, gradient, shapeClipInfo[i].y));
     }
     return result;
+#else
+    return 1.0;
+#endif
 }
 )";
 

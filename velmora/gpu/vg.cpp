@@ -19,7 +19,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -214,6 +216,25 @@ struct MaterialUniforms {
         clip_info;
 };
 
+// The material stages (glass, shape, glyph) come in variants, built as draws first need them:
+// the corner search and the clip loop cost every fragment they are compiled into, taken or not.
+constexpr int variant_cubic = 1;       // the surface's own corner search
+constexpr int variant_clips = 2;       // the shaped-clip loop
+constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
+constexpr int variant_count = 8;
+constexpr int variant_all = 7; // the texts as given, built by vg_open
+constexpr int stage_count = 3;
+
+struct Material {
+    GLuint program;
+    MaterialUniforms u;
+    unsigned clip_serial;    // of the clip stack its uniforms hold
+    unsigned command_serial; // of the command its uniforms hold
+};
+// Stamps of what the material uniforms hold, counted across frames so that a stamp never
+// matches a previous frame's.
+unsigned clip_serial = 0, command_serial = 0;
+
 constexpr int max_clips = 32;
 constexpr std::size_t error_capacity = 2048;
 
@@ -224,10 +245,12 @@ bool entry_points_live = false;
 char last_error[error_capacity] = "";
 
 GLuint vao = 0, blur_sampler = 0;
-GLuint program_bg = 0, program_blur = 0, program_glass = 0, program_shape = 0, program_text = 0;
+GLuint program_bg = 0, program_blur = 0;
 GLint bg_res = -1, bg_time = -1, bg_grid = -1, bg_palette = -1, bg_color = -1, bg_accent = -1;
 GLint bl_src = -1, bl_step = -1, bl_sigma = -1;
-MaterialUniforms ug{}, us{}, ut{};
+Material materials[stage_count][variant_count]{};
+// The rect vertex text and the three material texts, kept for the variants built later.
+std::string material_texts[stage_count + 1];
 GLuint scene_tex = 0, scene_fbo = 0;
 GLuint blur_a_tex = 0, blur_a_fbo = 0, blur_b_tex = 0, blur_b_fbo = 0;
 int tex_w = 0, tex_h = 0;
@@ -264,9 +287,13 @@ template <typename Getter> void log_error(Getter get_log, GLuint object) {
     set_error(log);
 }
 
-GLuint compile_shader(GLenum stage, const char* text) {
+// `defines` go in after the first line, the #version line.
+GLuint compile_shader(GLenum stage, const char* text, const char* defines) {
+    const char* rest = std::strchr(text, '\n');
+    const char* parts[3] = {text, rest ? defines : "", rest ? rest + 1 : ""};
+    const GLint lengths[3] = {rest ? static_cast<GLint>(rest + 1 - text) : -1, -1, -1};
     GLuint shader = glCreateShader_(stage);
-    glShaderSource_(shader, 1, &text, nullptr);
+    glShaderSource_(shader, 3, parts, lengths);
     glCompileShader_(shader);
     GLint ok = 0;
     glGetShaderiv_(shader, GL_COMPILE_STATUS, &ok);
@@ -276,10 +303,10 @@ GLuint compile_shader(GLenum stage, const char* text) {
     return 0;
 }
 
-GLuint make_program(const char* vertex, const char* fragment) {
-    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex);
+GLuint make_program(const char* vertex, const char* fragment, const char* defines = "") {
+    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex, "");
     if (!vs) return 0;
-    GLuint fs = compile_shader(GL_FRAGMENT_SHADER, fragment);
+    GLuint fs = compile_shader(GL_FRAGMENT_SHADER, fragment, defines);
     if (!fs) {
         glDeleteShader_(vs);
         return 0;
@@ -337,6 +364,41 @@ void set_sampler(GLuint program, const char* name, GLint unit) {
     glUniform1i_(glGetUniformLocation_(program, name), unit);
 }
 
+// Builds one variant of a material stage; false, with the log in last_error, on failure.
+bool build_material(int stage, int variant) {
+    char defines[96];
+    std::snprintf(defines, sizeof defines,
+                  "#define CUBIC_CORNERS %d\n#define SHAPED_CLIPS %d\n#define CUBIC_CLIPS %d\n",
+                  (variant & variant_cubic) != 0, (variant & variant_clips) != 0,
+                  (variant & variant_cubic_clips) != 0);
+    Material& m = materials[stage][variant];
+    m.program = make_program(material_texts[0].c_str(), material_texts[stage + 1].c_str(), defines);
+    if (!m.program) return false;
+    m.u = material_uniforms(m.program);
+    if (stage == 0) {
+        set_sampler(m.program, "sharpTex", 0);
+        set_sampler(m.program, "blurTex", 1);
+    } else if (stage == 2) {
+        set_sampler(m.program, "atlas", 0);
+    }
+    return true;
+}
+
+// The variant of `stage` a draw needs, built on first use; the full one should a build fail.
+// Building one changes the current program, which `current` is told.
+Material& material(int stage, int variant, GLuint& current) {
+    if (stage == 2) variant &= ~variant_cubic; // glyphs have no contour of their own
+    if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
+    Material& m = materials[stage][variant];
+    if (m.program) return m;
+    char kept[error_capacity];
+    std::memcpy(kept, last_error, error_capacity);
+    const bool built = build_material(stage, variant);
+    current = 0;
+    std::memcpy(last_error, kept, error_capacity);
+    return built ? m : materials[stage][variant_all];
+}
+
 // Per-draw-buffer blending is core from 4.0 and an extension before.
 void resolve_indexed_blending(GLint major) {
     if (major <= 3 && !has_extension("GL_ARB_draw_buffers_blend")) return;
@@ -359,13 +421,18 @@ void delete_resources() {
     GLuint textures[] = {scene_tex, blur_a_tex, blur_b_tex};
     glDeleteFramebuffers_(3, fbos);
     glDeleteTextures_(3, textures);
-    for (GLuint program : {program_bg, program_blur, program_glass, program_shape, program_text})
-        glDeleteProgram_(program);
+    for (GLuint program : {program_bg, program_blur}) glDeleteProgram_(program);
+    for (auto& stage : materials)
+        for (Material& m : stage) {
+            if (m.program) glDeleteProgram_(m.program);
+            m = {};
+        }
+    for (std::string& text : material_texts) std::string().swap(text);
     glDeleteVertexArrays_(1, &vao);
     glDeleteSamplers_(1, &blur_sampler);
     resources_ready = false;
     scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
-    program_bg = program_blur = program_glass = program_shape = program_text = vao = blur_sampler = 0;
+    program_bg = program_blur = vao = blur_sampler = 0;
     tex_w = tex_h = 0;
     blendFuncIndexed = nullptr;
     blendEquationIndexed = nullptr;
@@ -782,13 +849,17 @@ int vg_open(const char* const* shaders) {
 
     const char* fullscreen = shaders[0];
     const char* rect = shaders[3];
-    // All five are built even after a failure; last_error keeps the last log.
+    // All five are built even after a failure; last_error keeps the last log. The material texts
+    // are kept for the variants built later.
     program_bg = make_program(fullscreen, shaders[1]);
     program_blur = make_program(fullscreen, shaders[2]);
-    program_glass = make_program(rect, shaders[4]);
-    program_shape = make_program(rect, shaders[5]);
-    program_text = make_program(rect, shaders[6]);
-    if (!program_bg || !program_blur || !program_glass || !program_shape || !program_text) {
+    material_texts[0] = rect;
+    bool built = program_bg && program_blur;
+    for (int stage = 0; stage < stage_count; ++stage) {
+        material_texts[stage + 1] = shaders[4 + stage];
+        built = build_material(stage, variant_all) && built;
+    }
+    if (!built) {
         restore_state(host);
         delete_resources();
         return fail(nullptr);
@@ -804,15 +875,9 @@ int vg_open(const char* const* shaders) {
     bl_src = at(program_blur, "src");
     bl_step = at(program_blur, "stepv");
     bl_sigma = at(program_blur, "sigma");
-    ug = material_uniforms(program_glass);
-    us = material_uniforms(program_shape);
-    ut = material_uniforms(program_text);
 
     glUseProgram_(program_blur);
     glUniform1i_(bl_src, 0);
-    set_sampler(program_glass, "sharpTex", 0);
-    set_sampler(program_glass, "blurTex", 1);
-    set_sampler(program_text, "atlas", 0);
 
     GLuint textures[3], fbos[3];
     glGenTextures_(3, textures);
@@ -860,9 +925,91 @@ struct ClipStack {
     float handles[max_clips * 4];
     float info[max_clips * 4];
     int depth = 0;
+    int cubic = 0; // how many of them have cubic corners
 };
 
 void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
+
+// One command's own uniforms.
+void upload_command(const MaterialUniforms& u, const float* c, float blur_weight, float pointer_x,
+                    float pointer_y) {
+    set4(u.rect, c + 1);
+    glUniform1i_(u.kind, static_cast<int>(c[0]));
+    glUniform4f_(u.extra, c[10], c[11], c[12], 0);
+    set4(u.ink, c + 6);
+    glUniform1f_(u.radius, c[5]);
+    set4(u.corner_radii, c + 28);
+    set4(u.corner_handles, c + 32);
+    glUniform4f_(u.quality, c[27], c[44], c[45], 0);
+    if (c[0] == 0.0f) {
+        glUniform4f_(u.optics, c[23], c[26], blur_weight, c[5]);
+        glUniform4f_(u.material, c[25], c[24], 0, 0);
+        glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
+        set4(u.highlight, c + 36);
+        set4(u.shadow, c + 40);
+    } else if (c[0] == 2.0f) {
+        set4(u.tex_rect, c + 13);
+    }
+}
+
+// The pixels of a cubic-cornered surface in pieces, each the whole quad drawn under a scissor
+// box so that every fragment sees exactly what it would unsplit: first the `body` pieces, where
+// the corner search cannot apply, then the corner squares, grown by a unit so that rounding
+// never puts a fragment that needs the search outside them.
+struct Pieces {
+    Area at[10];
+    int count = 0, body = 0;
+};
+
+// Splits the surface of `c` (pixels y-down, scaled by sx, sy) within `clip`, y-up pixels of a
+// target `height` high. False when it is better drawn whole: sizes or radii that are not plain
+// numbers, or corners so large that their squares would meet.
+bool split_corners(const float* c, float sx, float sy, int height, const Area& clip, Pieces& out) {
+    for (int i : {1, 2, 3, 4, 28, 29, 30, 31})
+        if (!std::isfinite(c[i])) return false;
+    if (c[3] < 0 || c[4] < 0) return false;
+    auto lo = [](float v) { return static_cast<int>(std::floor(v)); };
+    auto hi = [](float v) { return static_cast<int>(std::ceil(v)); };
+    // The quad as the vertex stage makes it, 2 units of pad, cut to the clip.
+    const int qx0 = std::max(lo((c[1] - 2) * sx), clip.x0),
+              qx1 = std::min(hi((c[1] + c[3] + 2) * sx), clip.x1);
+    const int qy0 = std::max(lo((c[2] - 2) * sy), height - clip.y1),
+              qy1 = std::min(hi((c[2] + c[4] + 2) * sy), height - clip.y0);
+    if (qx1 <= qx0 || qy1 <= qy0) return false;
+    const float limit = std::min(c[3], c[4]) * .5f, x0 = c[1], y0 = c[2], x1 = c[1] + c[3], y1 = c[2] + c[4];
+    // How far in from the sides the square of corner i (0 top left, clockwise) reaches, in units.
+    float reach[4];
+    for (int i = 0; i < 4; ++i) {
+        const float r = std::clamp(c[28 + i], 0.0f, limit);
+        reach[i] = r > 1e-5f ? r + 1 : -1;
+    }
+    // Corner squares, y-down: left or right edge a, top or bottom edge b; empty without a radius.
+    const int a0 = reach[0] < 0 ? qx0 : std::clamp(hi((x0 + reach[0]) * sx), qx0, qx1);
+    const int b0 = reach[0] < 0 ? qy0 : std::clamp(hi((y0 + reach[0]) * sy), qy0, qy1);
+    const int a1 = reach[1] < 0 ? qx1 : std::clamp(lo((x1 - reach[1]) * sx), qx0, qx1);
+    const int b1 = reach[1] < 0 ? qy0 : std::clamp(hi((y0 + reach[1]) * sy), qy0, qy1);
+    const int a2 = reach[2] < 0 ? qx1 : std::clamp(lo((x1 - reach[2]) * sx), qx0, qx1);
+    const int b2 = reach[2] < 0 ? qy1 : std::clamp(lo((y1 - reach[2]) * sy), qy0, qy1);
+    const int a3 = reach[3] < 0 ? qx0 : std::clamp(hi((x0 + reach[3]) * sx), qx0, qx1);
+    const int b3 = reach[3] < 0 ? qy1 : std::clamp(lo((y1 - reach[3]) * sy), qy0, qy1);
+    const int mid = std::max(b0, b1);
+    if (a0 > a1 || a3 > a2 || mid > std::min(b2, b3)) return false;
+    auto add = [&](int left, int top, int right, int bottom) {
+        if (right > left && bottom > top) out.at[out.count++] = {left, height - bottom, right, height - top};
+    };
+    add(a0, qy0, a1, mid);
+    add(qx0, b0, a0, mid);
+    add(a1, b1, qx1, mid);
+    add(a3, mid, a2, qy1);
+    add(qx0, mid, a3, b3);
+    add(a2, mid, qx1, b2);
+    out.body = out.count;
+    add(qx0, qy0, a0, b0);
+    add(a1, qy0, qx1, b1);
+    add(a2, b2, qx1, qy1);
+    add(qx0, b3, a3, qy1);
+    return true;
+}
 
 // The kinds a Canvas writes. Anything else is refused before the cast to int, which is
 // undefined for NaN and for values out of int's range.
@@ -964,12 +1111,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
                       fh - static_cast<float>(host.scissor[1] + host.scissor[3]),
                       fh - static_cast<float>(host.scissor[1])};
     GLuint blurred = snapshot(framebuffer, buffer, frame, commands, command_count, sigma);
-    const GLuint programs[3] = {program_glass, program_shape, program_text};
-    const MaterialUniforms* tables[3] = {&ug, &us, &ut};
-
     ClipStack clips;
-    unsigned generation = 1;
-    unsigned uploaded[3] = {0, 0, 0};
+    ++clip_serial;
     GLuint current = 0;
 
     for (int i = 0; i < command_count; ++i) {
@@ -989,13 +1132,15 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             at[3][0] = c[44];
             at[3][1] = c[27];
             at[3][2] = at[3][3] = 0;
+            clips.cubic += c[44] > .5f;
             ++clips.depth;
-            ++generation;
+            ++clip_serial;
             continue;
         }
         if (kind == 11) {
             --clips.depth;
-            ++generation;
+            clips.cubic -= clips.info[clips.depth * 4] > .5f;
+            ++clip_serial;
             continue;
         }
 
@@ -1003,53 +1148,58 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         if (!frame.clip(c, left, top, right, bottom)) continue;
         glEnable_(GL_SCISSOR_TEST);
         // Truncating the low edges and rounding up the high ones keeps every touched pixel.
-        const int x = static_cast<int>(left);
-        const int y = static_cast<int>(fh - bottom);
-        glScissor_(x, y, static_cast<int>(right + .999f) - x, static_cast<int>((fh - top) + .999f) - y);
+        const Area box{static_cast<int>(left), static_cast<int>(fh - bottom), static_cast<int>(right + .999f),
+                       static_cast<int>((fh - top) + .999f)};
 
-        const int slot = kind == 0 ? 0 : kind == 2 ? 2 : 1;
-        const MaterialUniforms& u = *tables[slot];
-        if (programs[slot] != current) {
-            current = programs[slot];
-            glUseProgram_(current);
-            glUniform2f_(u.view, logical_width, logical_height);
-        }
-        if (uploaded[slot] != generation) {
-            glUniform1i_(u.clip_count, clips.depth);
-            if (clips.depth != 0) {
-                glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
-                glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
-                glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
-                glUniform4fv_(u.clip_info, clips.depth, clips.info);
-            }
-            uploaded[slot] = generation;
-        }
-        set4(u.rect, c + 1);
-        glUniform1i_(u.kind, kind);
-        glUniform4f_(u.extra, c[10], c[11], c[12], 0);
-        set4(u.ink, c + 6);
-        glUniform1f_(u.radius, c[5]);
-        set4(u.corner_radii, c + 28);
-        set4(u.corner_handles, c + 32);
-        glUniform4f_(u.quality, c[27], c[44], c[45], 0);
         if (kind == 0) {
             glActiveTexture_(GL_TEXTURE0);
             glBindTexture_(GL_TEXTURE_2D, scene_tex);
             glActiveTexture_(GL_TEXTURE0 + 1);
             glBindTexture_(GL_TEXTURE_2D, blurred);
-            glUniform4f_(u.optics, c[23], c[26], sigma > .01f ? c[22] : 0.0f, c[5]);
-            glUniform4f_(u.material, c[25], c[24], 0, 0);
-            glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
-            set4(u.highlight, c + 36);
-            set4(u.shadow, c + 40);
         } else if (kind == 2) {
             GLuint texture = 0;
             std::memcpy(&texture, c + 17, sizeof texture);
             glActiveTexture_(GL_TEXTURE0);
             glBindTexture_(GL_TEXTURE_2D, texture);
-            set4(u.tex_rect, c + 13);
         }
-        glDrawArrays_(GL_TRIANGLES, 0, 6);
+        const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
+        const int clip_variant = clips.depth == 0   ? 0
+                                 : clips.cubic == 0 ? variant_clips
+                                                    : variant_clips | variant_cubic_clips;
+        ++command_serial;
+        auto draw = [&](int variant, const Area* piece) {
+            Material& m = material(stage, clip_variant | variant, current);
+            const MaterialUniforms& u = m.u;
+            if (m.program != current) {
+                current = m.program;
+                glUseProgram_(current);
+                glUniform2f_(u.view, logical_width, logical_height);
+            }
+            if (m.clip_serial != clip_serial) {
+                glUniform1i_(u.clip_count, clips.depth);
+                if (clips.depth != 0) {
+                    glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
+                    glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
+                    glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
+                    glUniform4fv_(u.clip_info, clips.depth, clips.info);
+                }
+                m.clip_serial = clip_serial;
+            }
+            if (m.command_serial != command_serial) {
+                upload_command(u, c, sigma > .01f ? c[22] : 0.0f, pointer_x, pointer_y);
+                m.command_serial = command_serial;
+            }
+            if (piece) piece->scissor();
+            glDrawArrays_(GL_TRIANGLES, 0, 6);
+        };
+        const bool cubic = (kind == 0 || kind == 1) && c[44] > .5f;
+        Pieces pieces;
+        if (!cubic || !split_corners(c, frame.sx, frame.sy, height, box, pieces)) {
+            box.scissor();
+            draw(cubic ? variant_cubic : 0, nullptr);
+            continue;
+        }
+        for (int p = 0; p < pieces.count; ++p) draw(p < pieces.body ? 0 : variant_cubic, &pieces.at[p]);
     }
 
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
