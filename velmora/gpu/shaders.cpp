@@ -73,34 +73,33 @@ void main() {
 
 // ---- blur ---------------------------------------------------------------------------------
 
-// One axis of a separable Gaussian. Weights are computed per tap and normalised by what was
-// actually summed, so the hard 64-tap bound never darkens the result. Taps go in pairs, one
-// bilinear fetch between the two at their weighted position, which halves the reads; the
-// sampler wraps to a border, so coordinates are held to the edge texels here.
+// One axis of a separable Gaussian; weights are computed per tap and normalised by what was
+// actually summed, so the hard 64-tap bound never darkens the result. Taps read single texels
+// (clamped to the edge) rather than filtering: a bilinear fetch reads four texels, and the one
+// that merges two taps would round differently.
 constexpr char blur_body[] = R"(
-in vec2 uv;
 out vec4 color;
 uniform sampler2D src;
 uniform vec2 stepv;
 uniform float sigma;
 void main() {
+    ivec2 at = ivec2(gl_FragCoord.xy);
     if (sigma < .01) {
-        color = texture(src, uv);
+        color = texelFetch(src, at, 0);
         return;
     }
     float r = ceil(3.0 * sigma);
     float inv = .5 / (sigma * sigma);
-    vec2 lo = .5 / vec2(textureSize(src, 0));
-    vec4 sum = texture(src, uv);
+    ivec2 last = textureSize(src, 0) - 1;
+    ivec2 axis = stepv.x > 0.0 ? ivec2(1, 0) : ivec2(0, 1);
+    vec4 sum = texelFetch(src, at, 0);
     float total = 1.0;
-    for (int i = 1; i <= 64; i += 2) {
+    for (int i = 1; i <= 64; ++i) {
         float fi = float(i);
         if (fi > r) break;
-        float w1 = exp(-fi * fi * inv);
-        float w2 = fi + 1.0 <= r ? exp(-(fi + 1.0) * (fi + 1.0) * inv) : 0.0;
-        float w = w1 + w2;
-        vec2 d = stepv * (fi + w2 / w);
-        sum += (texture(src, clamp(uv + d, lo, 1.0 - lo)) + texture(src, clamp(uv - d, lo, 1.0 - lo))) * w;
+        float w = exp(-fi * fi * inv);
+        ivec2 d = axis * i;
+        sum += (texelFetch(src, clamp(at + d, ivec2(0), last), 0) + texelFetch(src, clamp(at - d, ivec2(0), last), 0)) * w;
         total += 2.0 * w;
     }
     color = sum / total;
@@ -390,8 +389,11 @@ void main() {
 // ---- shape --------------------------------------------------------------------------------
 
 // Boxes take their gradient from the analytic normal; rings and lines differentiate the
-// distance itself.
+// distance itself. Boxes are most of what is drawn: BOXES_ONLY compiles them alone.
 constexpr char shape_body[] = R"(
+#ifndef BOXES_ONLY
+#define BOXES_ONLY 0
+#endif
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
@@ -406,8 +408,8 @@ vec3 hsv(float h, float s, float v) {
     return v * mix(vec3(1.0), rgb, s);
 }
 
-void main() {
-    float clipAlpha = contentCoverage(pui);
+// Rings, lines and the colour plane.
+void otherShape(float clipAlpha) {
     if (kind == 5) {
         float a = ink.a * clipAlpha;
         color = vec4(hsv(extra.y, uv.x, 1.0 - uv.y) * a, a);
@@ -419,7 +421,7 @@ void main() {
         vec2 a = pui - rect.xy;
         vec2 b = rect.zw;
         d = length(a - b * clamp(dot(a, b) / max(dot(b, b), .00001), 0.0, 1.0)) - extra.x * .5;
-    } else if (kind == 3) {
+    } else {
         float r = min(rect.z, rect.w) * .5 - extra.x * .5 - 1.0;
         d = abs(length(p) - r) - extra.x * .5;
         if (extra.y < .9999) {
@@ -432,16 +434,22 @@ void main() {
             }
         }
         if (extra.y <= 0.0) discard;
-    } else {
-        vec3 field = boxField(pui, rect);
-        d = field.z;
-        if (extra.x > 0.0) d = abs(d + extra.x * .5) - extra.x * .5;
-        vec2 gradient = vec2(dot(field.xy, dFdx(pui)), dot(field.xy, dFdy(pui)));
-        float alpha = min(coverageAt(d, gradient), clipAlpha) * ink.a;
-        color = vec4(ink.rgb * alpha, alpha);
-        return;
     }
     vec2 gradient = vec2(dFdx(d), dFdy(d));
+    float alpha = min(coverageAt(d, gradient), clipAlpha) * ink.a;
+    color = vec4(ink.rgb * alpha, alpha);
+}
+
+void main() {
+    float clipAlpha = contentCoverage(pui);
+    if (BOXES_ONLY == 0 && kind != 1) {
+        otherShape(clipAlpha);
+        return;
+    }
+    vec3 field = boxField(pui, rect);
+    float d = field.z;
+    if (extra.x > 0.0) d = abs(d + extra.x * .5) - extra.x * .5;
+    vec2 gradient = vec2(dot(field.xy, dFdx(pui)), dot(field.xy, dFdy(pui)));
     float alpha = min(coverageAt(d, gradient), clipAlpha) * ink.a;
     color = vec4(ink.rgb * alpha, alpha);
 }
@@ -449,8 +457,12 @@ void main() {
 
 // ---- glyph --------------------------------------------------------------------------------
 
-// The clip multiplies glyph coverage, where the other stages take a minimum.
+// The clip multiplies glyph coverage, where the other stages take a minimum. BITMAP_GLYPHS
+// compiles the bitmap path alone.
 constexpr char glyph_body[] = R"(
+#ifndef BITMAP_GLYPHS
+#define BITMAP_GLYPHS 0
+#endif
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
@@ -468,7 +480,7 @@ float sdfCoverage(vec2 coord, float screenRange) {
 void main() {
     vec2 coord = texRect.xy + uv * texRect.zw;
     float coverage;
-    if (extra.y > .5) {
+    if (BITMAP_GLYPHS == 0 && extra.y > .5) {
         vec2 unitRange = vec2(2.0 * extra.z) / vec2(textureSize(atlas, 0));
         vec2 footprint = max(fwidth(coord), vec2(1e-8));
         float screenRange = max(.5 * dot(unitRange, 1.0 / footprint), 1.0);

@@ -96,7 +96,6 @@ constexpr GLenum GL_BLEND_DST_RGB = 0x80C8;
 constexpr GLenum GL_BLEND_SRC_RGB = 0x80C9;
 constexpr GLenum GL_BLEND_DST_ALPHA = 0x80CA;
 constexpr GLenum GL_BLEND_SRC_ALPHA = 0x80CB;
-constexpr GLenum GL_CLAMP_TO_BORDER = 0x812D;
 constexpr GLenum GL_CLAMP_TO_EDGE = 0x812F;
 constexpr GLenum GL_MAJOR_VERSION = 0x821B;
 constexpr GLenum GL_MINOR_VERSION = 0x821C;
@@ -189,9 +188,6 @@ constexpr GLint GL_CONTEXT_COMPATIBILITY_PROFILE_BIT = 0x2;
     X(void, glDisablei, (GLenum, GLuint))                                                                    \
     X(void, glBindBuffer, (GLenum, GLuint))                                                                  \
     X(void, glBindSampler, (GLuint, GLuint))                                                                 \
-    X(void, glGenSamplers, (GLsizei, GLuint*))                                                               \
-    X(void, glDeleteSamplers, (GLsizei, const GLuint*))                                                      \
-    X(void, glSamplerParameteri, (GLuint, GLenum, GLint))                                                    \
     X(void, glPixelStorei, (GLenum, GLint))                                                                  \
     X(void, glPolygonMode, (GLenum, GLenum))                                                                 \
     X(void, glTexSubImage2D, (GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*))   \
@@ -221,7 +217,8 @@ struct MaterialUniforms {
 constexpr int variant_cubic = 1;       // the surface's own corner search
 constexpr int variant_clips = 2;       // the shaped-clip loop
 constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
-constexpr int variant_count = 8;
+constexpr int variant_common = 8;      // only the common case: boxes of shapes, bitmap glyphs
+constexpr int variant_count = 16;
 constexpr int variant_all = 7; // the texts as given, built by vg_open
 constexpr int stage_count = 3;
 
@@ -244,7 +241,7 @@ bool resources_ready = false;
 bool entry_points_live = false;
 char last_error[error_capacity] = "";
 
-GLuint vao = 0, blur_sampler = 0;
+GLuint vao = 0;
 GLuint program_bg = 0, program_blur = 0;
 GLint bg_res = -1, bg_time = -1, bg_grid = -1, bg_palette = -1, bg_color = -1, bg_accent = -1;
 GLint bl_src = -1, bl_step = -1, bl_sigma = -1;
@@ -366,11 +363,14 @@ void set_sampler(GLuint program, const char* name, GLint unit) {
 
 // Builds one variant of a material stage; false, with the log in last_error, on failure.
 bool build_material(int stage, int variant) {
-    char defines[96];
-    std::snprintf(defines, sizeof defines,
-                  "#define CUBIC_CORNERS %d\n#define SHAPED_CLIPS %d\n#define CUBIC_CLIPS %d\n",
-                  (variant & variant_cubic) != 0, (variant & variant_clips) != 0,
-                  (variant & variant_cubic_clips) != 0);
+    char defines[160];
+    const int common = (variant & variant_common) != 0;
+    std::snprintf(
+        defines, sizeof defines,
+        "#define CUBIC_CORNERS %d\n#define SHAPED_CLIPS %d\n#define CUBIC_CLIPS %d\n#define BOXES_ONLY "
+        "%d\n#define BITMAP_GLYPHS %d\n",
+        (variant & variant_cubic) != 0, (variant & variant_clips) != 0, (variant & variant_cubic_clips) != 0,
+        common, common);
     Material& m = materials[stage][variant];
     m.program = make_program(material_texts[0].c_str(), material_texts[stage + 1].c_str(), defines);
     if (!m.program) return false;
@@ -387,6 +387,7 @@ bool build_material(int stage, int variant) {
 // The variant of `stage` a draw needs, built on first use; the full one should a build fail.
 // Building one changes the current program, which `current` is told.
 Material& material(int stage, int variant, GLuint& current) {
+    if (stage == 0) variant &= ~variant_common;
     if (stage == 2) variant &= ~variant_cubic; // glyphs have no contour of their own
     if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
     Material& m = materials[stage][variant];
@@ -429,10 +430,9 @@ void delete_resources() {
         }
     for (std::string& text : material_texts) std::string().swap(text);
     glDeleteVertexArrays_(1, &vao);
-    glDeleteSamplers_(1, &blur_sampler);
     resources_ready = false;
     scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
-    program_bg = program_blur = vao = blur_sampler = 0;
+    program_bg = program_blur = vao = 0;
     tex_w = tex_h = 0;
     blendFuncIndexed = nullptr;
     blendEquationIndexed = nullptr;
@@ -731,7 +731,8 @@ void collect_blur_areas(const Frame& f, const float* commands, int count, int gx
     }
 }
 
-// The reach of one blur pass in texels, past the pairs' last fetch.
+// The reach of one blur pass in texels: its last tap, and one more should the shader round
+// 3 sigma up past it.
 int kernel_reach(float texel_sigma) {
     return static_cast<int>(std::min(std::ceil(3.0f * texel_sigma), 64.0f)) + 1;
 }
@@ -778,10 +779,8 @@ GLuint snapshot(GLuint framebuffer, GLenum buffer, const Frame& f, const float* 
             blur.areas[i].grown(rx, ry, blur_w, blur_h).scissor();
             glBlitFramebuffer_(0, 0, f.width, f.height, 0, 0, blur_w, blur_h, GL_COLOR_BUFFER_BIT, GL_LINEAR);
         }
-        glBindSampler_(0, blur_sampler);
         blur_pass(blur_b_fbo, blur_a_tex, 1.0f / bw, 0.0f, sigma_x, blur.areas, blur.count, 0, ry);
         blur_pass(blur_a_fbo, blur_b_tex, 0.0f, 1.0f / bh, sigma_y, blur.areas, blur.count, 0, 0);
-        glBindSampler_(0, 0);
         result = blur_a_tex;
     }
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
@@ -838,14 +837,6 @@ int vg_open(const char* const* shaders) {
     save_state(host);
     resources_ready = true;
     glGenVertexArrays_(1, &vao);
-    // The blur's paired taps fetch between texels. Border wrapping (never read: the shader
-    // clamps to the edge texels itself) keeps software rasterisers on their full-precision
-    // filtering path; the fast path rounds each fetch to 8 bits, which would move the result.
-    glGenSamplers_(1, &blur_sampler);
-    glSamplerParameteri_(blur_sampler, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glSamplerParameteri_(blur_sampler, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glSamplerParameteri_(blur_sampler, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_BORDER);
-    glSamplerParameteri_(blur_sampler, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_BORDER);
 
     const char* fullscreen = shaders[0];
     const char* rect = shaders[3];
@@ -1193,13 +1184,15 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             glDrawArrays_(GL_TRIANGLES, 0, 6);
         };
         const bool cubic = (kind == 0 || kind == 1) && c[44] > .5f;
+        const int common = kind == 1 || (kind == 2 && !(c[11] > .5f)) ? variant_common : 0;
         Pieces pieces;
         if (!cubic || !split_corners(c, frame.sx, frame.sy, height, box, pieces)) {
             box.scissor();
-            draw(cubic ? variant_cubic : 0, nullptr);
+            draw(common | (cubic ? variant_cubic : 0), nullptr);
             continue;
         }
-        for (int p = 0; p < pieces.count; ++p) draw(p < pieces.body ? 0 : variant_cubic, &pieces.at[p]);
+        for (int p = 0; p < pieces.count; ++p)
+            draw(common | (p < pieces.body ? 0 : variant_cubic), &pieces.at[p]);
     }
 
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
