@@ -917,7 +917,53 @@ struct ClipStack {
     float info[max_clips * 4];
     int depth = 0;
     int cubic = 0; // how many of them have cubic corners
+
+    // The clip work a draw whose fragments lie in `r` (logical x0, y0, x1, y1) needs. A clip is
+    // exactly 1 over fragments at least `margin` inside its sides and outside its corner squares,
+    // so one that holds all of `r` that way is left out; the corner search only where `r`
+    // reaches the corner square of a cubic clip.
+    int variant_for(const float* r, float margin) const {
+        if (depth == 0) return 0;
+        const int all = variant_clips | (cubic ? variant_cubic_clips : 0);
+        for (int i = 0; i < 4; ++i)
+            if (!std::isfinite(r[i])) return all;
+        int variant = 0;
+        for (int i = 0; i < depth; ++i) {
+            const float* b = rects + i * 4;
+            const float* radius = radii + i * 4;
+            if (!(b[2] > 0 && b[3] > 0)) return all; // an empty clip hides everything
+            const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
+            const float limit = std::min(b[2], b[3]) * .5f;
+            bool corner = false;
+            for (int k = 0; k < 4; ++k) {
+                const float rk = std::clamp(radius[k], 0.0f, limit);
+                if (!(rk > 1e-5f)) continue;
+                const float reach = rk + margin;
+                const bool horizontal = k == 0 || k == 3 ? r[0] < x0 + reach : r[2] > x1 - reach;
+                const bool vertical = k < 2 ? r[1] < y0 + reach : r[3] > y1 - reach;
+                corner = corner || (horizontal && vertical);
+            }
+            const bool inside =
+                r[0] >= x0 + margin && r[2] <= x1 - margin && r[1] >= y0 + margin && r[3] <= y1 - margin;
+            if (inside && !corner) continue;
+            variant |= variant_clips;
+            if (corner && info[i * 4] > .5f) variant |= variant_cubic_clips;
+        }
+        return variant;
+    }
 };
+
+// The logical box that holds every fragment of command `c` within its pixel clip (y-down,
+// scaled by sx, sy): the quad the vertex stage makes, padded as it pads it.
+void fragment_bounds(const float* c, float left, float top, float right, float bottom, float sx, float sy,
+                     float* r) {
+    const int kind = static_cast<int>(c[0]);
+    const float pad = kind == 2 || kind == 5 ? 0.0f : kind == 4 ? std::max(2.0f, c[10] * .5f + 2) : 2.0f;
+    r[0] = std::max(std::min(c[1], c[1] + c[3]) - pad, left / sx);
+    r[1] = std::max(std::min(c[2], c[2] + c[4]) - pad, top / sy);
+    r[2] = std::min(std::max(c[1], c[1] + c[3]) + pad, right / sx);
+    r[3] = std::min(std::max(c[2], c[2] + c[4]) + pad, bottom / sy);
+}
 
 void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
 
@@ -1104,6 +1150,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
     GLuint blurred = snapshot(framebuffer, buffer, frame, commands, command_count, sigma);
     ClipStack clips;
     ++clip_serial;
+    // Two units and two pixels: past anti-aliasing and rounding at any scale.
+    const float clip_margin = 2 + 2 / std::min(frame.sx, frame.sy);
     GLuint current = 0;
 
     for (int i = 0; i < command_count; ++i) {
@@ -1154,9 +1202,9 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             glBindTexture_(GL_TEXTURE_2D, texture);
         }
         const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
-        const int clip_variant = clips.depth == 0   ? 0
-                                 : clips.cubic == 0 ? variant_clips
-                                                    : variant_clips | variant_cubic_clips;
+        float bounds[4];
+        fragment_bounds(c, left, top, right, bottom, frame.sx, frame.sy, bounds);
+        const int clip_variant = clips.variant_for(bounds, clip_margin);
         ++command_serial;
         auto draw = [&](int variant, const Area* piece) {
             Material& m = material(stage, clip_variant | variant, current);
@@ -1166,7 +1214,7 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
                 glUseProgram_(current);
                 glUniform2f_(u.view, logical_width, logical_height);
             }
-            if (m.clip_serial != clip_serial) {
+            if (m.u.clip_count >= 0 && m.clip_serial != clip_serial) { // a variant without clips has none
                 glUniform1i_(u.clip_count, clips.depth);
                 if (clips.depth != 0) {
                     glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
