@@ -293,9 +293,13 @@ float contentCoverage(vec2 point) {
 // ---- glass --------------------------------------------------------------------------------
 
 // Refraction pulls the sample point inward along the contour normal and saturates at four
-// fifths of the bevel. Chromatic splitting reads the sharp scene so it survives any blur, and
-// only its luminance-free difference is added.
+// fifths of the bevel. GLASS_INSIDE compiles what is left of it all far enough inside the
+// surface, where the bend, the dispersion and the rim terms are exactly zero. Chromatic splitting reads the
+// sharp scene so it survives any blur, and only its luminance-free difference is added.
 constexpr char glass_body[] = R"(
+#ifndef GLASS_INSIDE
+#define GLASS_INSIDE 0
+#endif
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
@@ -332,6 +336,13 @@ vec3 addChromatic(vec3 base, vec3 delta) {
 void main() {
     vec2 h = rect.zw * .5;
     vec2 c = rect.xy + h;
+#if GLASS_INSIDE
+    // Past the rim: no bend, no dispersion, no rim light or shadow, the surface fully covered.
+    float cov = contentCoverage(pui);
+    if (cov <= 0.0) discard;
+    vec3 g = mix(sampleBg(pui), ink.rgb, clamp(material.x, 0.0, 1.0));
+    float strength = clamp(material.y, 0.0, 1.5);
+#else
     vec3 field = boxField(pui, rect);
     float d = field.z;
     vec2 n = field.xy;
@@ -378,6 +389,7 @@ void main() {
     g = mix(g, shadowColor.rgb, (1.0 - exp(-occlusion)) * shadowColor.a);
     g = mix(g, highlightColor.rgb, reflection * highlightColor.a);
 
+#endif
     vec2 q = (pui - pointerv.xy) / max(vec2(110.0), h);
     g = mix(g, highlightColor.rgb, exp(-dot(q, q) * 2.0) * .008 * strength * highlightColor.a);
 

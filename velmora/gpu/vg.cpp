@@ -217,7 +217,7 @@ struct MaterialUniforms {
 constexpr int variant_cubic = 1;       // the surface's own corner search
 constexpr int variant_clips = 2;       // the shaped-clip loop
 constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
-constexpr int variant_common = 8;      // only the common case: boxes of shapes, bitmap glyphs
+constexpr int variant_common = 8;      // only the common case: boxes, bitmap glyphs, glass past its rim
 constexpr int variant_count = 16;
 constexpr int variant_all = 7; // the texts as given, built by vg_open
 constexpr int stage_count = 3;
@@ -363,14 +363,13 @@ void set_sampler(GLuint program, const char* name, GLint unit) {
 
 // Builds one variant of a material stage; false, with the log in last_error, on failure.
 bool build_material(int stage, int variant) {
-    char defines[160];
+    char defines[192];
     const int common = (variant & variant_common) != 0;
-    std::snprintf(
-        defines, sizeof defines,
-        "#define CUBIC_CORNERS %d\n#define SHAPED_CLIPS %d\n#define CUBIC_CLIPS %d\n#define BOXES_ONLY "
-        "%d\n#define BITMAP_GLYPHS %d\n",
-        (variant & variant_cubic) != 0, (variant & variant_clips) != 0, (variant & variant_cubic_clips) != 0,
-        common, common);
+    std::snprintf(defines, sizeof defines,
+                  "#define CUBIC_CORNERS %d\n#define SHAPED_CLIPS %d\n#define CUBIC_CLIPS %d\n"
+                  "#define BOXES_ONLY %d\n#define BITMAP_GLYPHS %d\n#define GLASS_INSIDE %d\n",
+                  (variant & variant_cubic) != 0, (variant & variant_clips) != 0,
+                  (variant & variant_cubic_clips) != 0, common, common, common);
     Material& m = materials[stage][variant];
     m.program = make_program(material_texts[0].c_str(), material_texts[stage + 1].c_str(), defines);
     if (!m.program) return false;
@@ -387,7 +386,6 @@ bool build_material(int stage, int variant) {
 // The variant of `stage` a draw needs, built on first use; the full one should a build fail.
 // Building one changes the current program, which `current` is told.
 Material& material(int stage, int variant, GLuint& current) {
-    if (stage == 0) variant &= ~variant_common;
     if (stage == 2) variant &= ~variant_cubic; // glyphs have no contour of their own
     if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
     Material& m = materials[stage][variant];
@@ -989,19 +987,32 @@ void upload_command(const MaterialUniforms& u, const float* c, float blur_weight
     }
 }
 
-// The pixels of a cubic-cornered surface in pieces, each the whole quad drawn under a scissor
-// box so that every fragment sees exactly what it would unsplit: first the `body` pieces, where
-// the corner search cannot apply, then the corner squares, grown by a unit so that rounding
-// never puts a fragment that needs the search outside them.
+// The pixels of a surface in pieces, each the whole quad drawn under a scissor box so that
+// every fragment sees exactly what it would unsplit, each with the variant it needs: the corner
+// squares, grown by a unit so that rounding never puts a fragment that needs the search outside
+// them; for glass the inside past its rim; and the rest.
 struct Pieces {
-    Area at[10];
-    int count = 0, body = 0;
+    Area at[13];
+    int variant[13];
+    int count = 0;
 };
 
+// How far inside its sides glass is past its rim, in units: beyond the widest bevel (10), where
+// the rim light has decayed below what can change a colour (4 edge widths, an edge width being
+// at most 0.85 * sqrt(2) pixels or 0.65 units), and outside the corner squares. 0 for none.
+float glass_inside(const float* c, float sx, float sy) {
+    const float edge_width = std::max(.65f, .85f * 1.4143f / std::min(sx, sy));
+    float largest = 0;
+    for (int i = 28; i < 32; ++i) largest = std::max(largest, c[i]);
+    return std::max({10.0f, 4 * edge_width, largest + 1}) + 1;
+}
+
 // Splits the surface of `c` (pixels y-down, scaled by sx, sy) within `clip`, y-up pixels of a
-// target `height` high. False when it is better drawn whole: sizes or radii that are not plain
-// numbers, or corners so large that their squares would meet.
-bool split_corners(const float* c, float sx, float sy, int height, const Area& clip, Pieces& out) {
+// target `height` high. Corners get `base | corner`, the inside (when `inside` > 0) the common
+// variant, the rest `base`. False when it is better drawn whole: sizes or radii that are not
+// plain numbers, or corners so large that their squares would meet.
+bool split_surface(const float* c, float sx, float sy, int height, const Area& clip, int base, int corner,
+                   float inside, Pieces& out) {
     for (int i : {1, 2, 3, 4, 28, 29, 30, 31})
         if (!std::isfinite(c[i])) return false;
     if (c[3] < 0 || c[4] < 0) return false;
@@ -1014,6 +1025,8 @@ bool split_corners(const float* c, float sx, float sy, int height, const Area& c
               qy1 = std::min(hi((c[2] + c[4] + 2) * sy), height - clip.y0);
     if (qx1 <= qx0 || qy1 <= qy0) return false;
     const float limit = std::min(c[3], c[4]) * .5f, x0 = c[1], y0 = c[2], x1 = c[1] + c[3], y1 = c[2] + c[4];
+    auto x = [&](float v, bool up) { return std::clamp(up ? hi(v * sx) : lo(v * sx), qx0, qx1); };
+    auto y = [&](float v, bool up) { return std::clamp(up ? hi(v * sy) : lo(v * sy), qy0, qy1); };
     // How far in from the sides the square of corner i (0 top left, clockwise) reaches, in units.
     float reach[4];
     for (int i = 0; i < 4; ++i) {
@@ -1021,30 +1034,41 @@ bool split_corners(const float* c, float sx, float sy, int height, const Area& c
         reach[i] = r > 1e-5f ? r + 1 : -1;
     }
     // Corner squares, y-down: left or right edge a, top or bottom edge b; empty without a radius.
-    const int a0 = reach[0] < 0 ? qx0 : std::clamp(hi((x0 + reach[0]) * sx), qx0, qx1);
-    const int b0 = reach[0] < 0 ? qy0 : std::clamp(hi((y0 + reach[0]) * sy), qy0, qy1);
-    const int a1 = reach[1] < 0 ? qx1 : std::clamp(lo((x1 - reach[1]) * sx), qx0, qx1);
-    const int b1 = reach[1] < 0 ? qy0 : std::clamp(hi((y0 + reach[1]) * sy), qy0, qy1);
-    const int a2 = reach[2] < 0 ? qx1 : std::clamp(lo((x1 - reach[2]) * sx), qx0, qx1);
-    const int b2 = reach[2] < 0 ? qy1 : std::clamp(lo((y1 - reach[2]) * sy), qy0, qy1);
-    const int a3 = reach[3] < 0 ? qx0 : std::clamp(hi((x0 + reach[3]) * sx), qx0, qx1);
-    const int b3 = reach[3] < 0 ? qy1 : std::clamp(lo((y1 - reach[3]) * sy), qy0, qy1);
-    const int mid = std::max(b0, b1);
-    if (a0 > a1 || a3 > a2 || mid > std::min(b2, b3)) return false;
-    auto add = [&](int left, int top, int right, int bottom) {
-        if (right > left && bottom > top) out.at[out.count++] = {left, height - bottom, right, height - top};
+    const int a0 = reach[0] < 0 ? qx0 : x(x0 + reach[0], true),
+              b0 = reach[0] < 0 ? qy0 : y(y0 + reach[0], true);
+    const int a1 = reach[1] < 0 ? qx1 : x(x1 - reach[1], false),
+              b1 = reach[1] < 0 ? qy0 : y(y0 + reach[1], true);
+    const int a2 = reach[2] < 0 ? qx1 : x(x1 - reach[2], false),
+              b2 = reach[2] < 0 ? qy1 : y(y1 - reach[2], false);
+    const int a3 = reach[3] < 0 ? qx0 : x(x0 + reach[3], true),
+              b3 = reach[3] < 0 ? qy1 : y(y1 - reach[3], false);
+    if (a0 > a1 || a3 > a2 || std::max(b0, b1) > std::min(b2, b3)) return false;
+    // The inside, if any, between the top band (corners 0 and 1) and the bottom one (2 and 3).
+    int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
+    int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
+    if (!(inside > 0) || ix0 >= ix1 || top >= bottom || top < std::max(b0, b1) || bottom > std::min(b2, b3) ||
+        ix0 < std::max(a0, a3) || ix1 > std::min(a1, a2)) {
+        top = bottom = std::max(b0, b1);
+        ix0 = ix1 = qx0;
+    }
+    auto add = [&](int left, int upper, int right, int lower, int variant) {
+        if (right <= left || lower <= upper) return;
+        out.at[out.count] = {left, height - lower, right, height - upper};
+        out.variant[out.count++] = variant;
     };
-    add(a0, qy0, a1, mid);
-    add(qx0, b0, a0, mid);
-    add(a1, b1, qx1, mid);
-    add(a3, mid, a2, qy1);
-    add(qx0, mid, a3, b3);
-    add(a2, mid, qx1, b2);
-    out.body = out.count;
-    add(qx0, qy0, a0, b0);
-    add(a1, qy0, qx1, b1);
-    add(a2, b2, qx1, qy1);
-    add(qx0, b3, a3, qy1);
+    add(a0, qy0, a1, top, base);
+    add(qx0, b0, a0, top, base);
+    add(a1, b1, qx1, top, base);
+    add(qx0, top, ix0, bottom, base);
+    add(ix1, top, qx1, bottom, base);
+    add(a3, bottom, a2, qy1, base);
+    add(qx0, bottom, a3, b3, base);
+    add(a2, bottom, qx1, b2, base);
+    add(qx0, qy0, a0, b0, base | corner);
+    add(a1, qy0, qx1, b1, base | corner);
+    add(a2, b2, qx1, qy1, base | corner);
+    add(qx0, b3, a3, qy1, base | corner);
+    add(ix0, top, ix1, bottom, variant_common);
     return true;
 }
 
@@ -1231,16 +1255,17 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             if (piece) piece->scissor();
             glDrawArrays_(GL_TRIANGLES, 0, 6);
         };
-        const bool cubic = (kind == 0 || kind == 1) && c[44] > .5f;
+        const int corner = (kind == 0 || kind == 1) && c[44] > .5f ? variant_cubic : 0;
         const int common = kind == 1 || (kind == 2 && !(c[11] > .5f)) ? variant_common : 0;
+        const float inside = kind == 0 ? glass_inside(c, frame.sx, frame.sy) : 0.0f;
         Pieces pieces;
-        if (!cubic || !split_corners(c, frame.sx, frame.sy, height, box, pieces)) {
+        if ((corner == 0 && kind != 0) ||
+            !split_surface(c, frame.sx, frame.sy, height, box, common, corner, inside, pieces)) {
             box.scissor();
-            draw(common | (cubic ? variant_cubic : 0), nullptr);
+            draw(common | corner, nullptr);
             continue;
         }
-        for (int p = 0; p < pieces.count; ++p)
-            draw(common | (p < pieces.body ? 0 : variant_cubic), &pieces.at[p]);
+        for (int p = 0; p < pieces.count; ++p) draw(pieces.variant[p], &pieces.at[p]);
     }
 
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
