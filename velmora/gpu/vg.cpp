@@ -934,6 +934,7 @@ struct ClipStack {
             const float limit = std::min(b[2], b[3]) * .5f;
             bool corner = false;
             for (int k = 0; k < 4; ++k) {
+                if (!std::isfinite(radius[k])) return all;
                 const float rk = std::clamp(radius[k], 0.0f, limit);
                 if (!(rk > 1e-5f)) continue;
                 const float reach = rk + margin;

@@ -76,7 +76,8 @@ unsigned vg_gl_error();
 // the frozen backdrop of glass; the pointer (logical units) steers the glass highlights.
 // The frame is checked before anything is drawn: bad arguments, a kind no Canvas writes
 // ("Unknown command kind") and unbalanced shaped clips fail it whole. The backdrop is frozen
-// before the first command and again at each backdrop command.
+// before the first command and again at each backdrop command. The glass, shape and glyph
+// programs are built again in cheaper variants (parts switched off) as draws first need them.
 // Needs: an open device, a current context, a single-sample target.
 // GL state: the saved state, plus the read buffer and the draw buffers of `framebuffer`, are
 // restored. The colour contents of the target are the only lasting change. The backend's own
