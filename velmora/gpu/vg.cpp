@@ -21,7 +21,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 namespace {
 
@@ -212,8 +211,8 @@ struct MaterialUniforms {
         clip_info;
 };
 
-// The material stages (glass, shape, glyph) come in variants, built as draws first need them:
-// the corner search and the clip loop cost every fragment they are compiled into, taken or not.
+// The material stages (glass, shape, glyph) come in variants, all built by vg_open: the corner
+// search and the clip loop cost every fragment they are compiled into, taken or not.
 constexpr int variant_cubic = 1;       // the surface's own corner search
 constexpr int variant_clips = 2;       // the shaped-clip loop
 constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
@@ -246,8 +245,6 @@ GLuint program_bg = 0, program_blur = 0;
 GLint bg_res = -1, bg_time = -1, bg_grid = -1, bg_palette = -1, bg_color = -1, bg_accent = -1;
 GLint bl_src = -1, bl_step = -1, bl_sigma = -1;
 Material materials[stage_count][variant_count]{};
-// The rect vertex text and the three material texts, kept for the variants built later.
-std::string material_texts[stage_count + 1];
 GLuint scene_tex = 0, scene_fbo = 0;
 GLuint blur_a_tex = 0, blur_a_fbo = 0, blur_b_tex = 0, blur_b_fbo = 0;
 int tex_w = 0, tex_h = 0;
@@ -361,8 +358,9 @@ void set_sampler(GLuint program, const char* name, GLint unit) {
     glUniform1i_(glGetUniformLocation_(program, name), unit);
 }
 
-// Builds one variant of a material stage; false, with the log in last_error, on failure.
-bool build_material(int stage, int variant) {
+// Builds one variant of a material stage from the rect vertex text and the stage's fragment
+// text; false, with the log in last_error, on failure.
+bool build_material(int stage, int variant, const char* vertex, const char* fragment) {
     char defines[192];
     const int common = (variant & variant_common) != 0;
     std::snprintf(defines, sizeof defines,
@@ -371,7 +369,7 @@ bool build_material(int stage, int variant) {
                   (variant & variant_cubic) != 0, (variant & variant_clips) != 0,
                   (variant & variant_cubic_clips) != 0, common, common, common);
     Material& m = materials[stage][variant];
-    m.program = make_program(material_texts[0].c_str(), material_texts[stage + 1].c_str(), defines);
+    m.program = make_program(vertex, fragment, defines);
     if (!m.program) return false;
     m.u = material_uniforms(m.program);
     if (stage == 0) {
@@ -383,19 +381,20 @@ bool build_material(int stage, int variant) {
     return true;
 }
 
-// The variant of `stage` a draw needs, built on first use; the full one should a build fail.
-// Building one changes the current program, which `current` is told.
-Material& material(int stage, int variant, GLuint& current) {
-    if (stage == 2) variant &= ~variant_cubic; // glyphs have no contour of their own
+// The one variant of `stage` that serves the switches in `variant`.
+int distinct_variant(int stage, int variant) {
+    // No corner search for glyphs, which have no contour of their own, for the inside of glass,
+    // which holds no corner, nor for the shapes that are not boxes.
+    const bool common = (variant & variant_common) != 0;
+    if (stage == 2 || (stage == 0 && common) || (stage == 1 && !common)) variant &= ~variant_cubic;
     if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
-    Material& m = materials[stage][variant];
-    if (m.program) return m;
-    char kept[error_capacity];
-    std::memcpy(kept, last_error, error_capacity);
-    const bool built = build_material(stage, variant);
-    current = 0;
-    std::memcpy(last_error, kept, error_capacity);
-    return built ? m : materials[stage][variant_all];
+    return variant;
+}
+
+// The variant of `stage` a draw needs; the full one should it have failed to build.
+Material& material(int stage, int variant) {
+    Material& m = materials[stage][distinct_variant(stage, variant)];
+    return m.program ? m : materials[stage][variant_all];
 }
 
 // Per-draw-buffer blending is core from 4.0 and an extension before.
@@ -426,7 +425,6 @@ void delete_resources() {
             if (m.program) glDeleteProgram_(m.program);
             m = {};
         }
-    for (std::string& text : material_texts) std::string().swap(text);
     glDeleteVertexArrays_(1, &vao);
     resources_ready = false;
     scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
@@ -838,21 +836,26 @@ int vg_open(const char* const* shaders) {
 
     const char* fullscreen = shaders[0];
     const char* rect = shaders[3];
-    // All five are built even after a failure; last_error keeps the last log. The material texts
-    // are kept for the variants built later.
+    // All five are built even after a failure; last_error keeps the last log.
     program_bg = make_program(fullscreen, shaders[1]);
     program_blur = make_program(fullscreen, shaders[2]);
-    material_texts[0] = rect;
     bool built = program_bg && program_blur;
-    for (int stage = 0; stage < stage_count; ++stage) {
-        material_texts[stage + 1] = shaders[4 + stage];
-        built = build_material(stage, variant_all) && built;
-    }
+    for (int stage = 0; stage < stage_count; ++stage)
+        built = build_material(stage, variant_all, rect, shaders[4 + stage]) && built;
     if (!built) {
         restore_state(host);
         delete_resources();
         return fail(nullptr);
     }
+    // Then every variant, so that no frame compiles; one that fails leaves the full program to
+    // serve in its place, and its log unreported.
+    char kept[error_capacity];
+    std::memcpy(kept, last_error, error_capacity);
+    for (int stage = 0; stage < stage_count; ++stage)
+        for (int variant = 0; variant < variant_count; ++variant)
+            if (variant != variant_all && distinct_variant(stage, variant) == variant)
+                build_material(stage, variant, rect, shaders[4 + stage]);
+    std::memcpy(last_error, kept, error_capacity);
 
     auto at = [](GLuint program, const char* name) { return glGetUniformLocation_(program, name); };
     bg_res = at(program_bg, "res");
@@ -1232,7 +1235,7 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         const int clip_variant = clips.variant_for(bounds, clip_margin);
         ++command_serial;
         auto draw = [&](int variant, const Area* piece) {
-            Material& m = material(stage, clip_variant | variant, current);
+            Material& m = material(stage, clip_variant | variant);
             const MaterialUniforms& u = m.u;
             if (m.program != current) {
                 current = m.program;

@@ -47,7 +47,8 @@ extern const char* const velmora_shaders[vg_shader_count];
 // ---- device ------------------------------------------------------------------------------
 
 // Loads the system OpenGL library, resolves the entry points, checks for OpenGL 3.3, builds
-// the five programs and the internal objects. `shaders` points at seven texts in the order of
+// the five programs (the glass, shape and glyph ones also in cheaper variants, parts of them
+// switched off) and the internal objects. `shaders` points at seven texts in the order of
 // velmora_shaders. Returns 1, or 0 with the reason in vg_error; a second vg_open while open
 // fails and leaves the open device untouched. A failure leaves nothing loaded or created.
 // Needs: a current context. GL state: the saved state is restored.
@@ -76,8 +77,7 @@ unsigned vg_gl_error();
 // the frozen backdrop of glass; the pointer (logical units) steers the glass highlights.
 // The frame is checked before anything is drawn: bad arguments, a kind no Canvas writes
 // ("Unknown command kind") and unbalanced shaped clips fail it whole. The backdrop is frozen
-// before the first command and again at each backdrop command. The glass, shape and glyph
-// programs are built again in cheaper variants (parts switched off) as draws first need them.
+// before the first command and again at each backdrop command.
 // Needs: an open device, a current context, a single-sample target.
 // GL state: the saved state, plus the read buffer and the draw buffers of `framebuffer`, are
 // restored. The colour contents of the target are the only lasting change. The backend's own
