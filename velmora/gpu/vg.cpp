@@ -969,6 +969,27 @@ void fragment_bounds(const float* c, float left, float top, float right, float b
 
 void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
 
+// The texture units and the scissor test as the command loop set them, so that a run of
+// commands with the same textures binds them once. Forgotten at each backdrop, which sets its own.
+struct Bindings {
+    GLuint texture[2];
+    int active; // the active unit, -1 when unknown
+    bool scissor;
+
+    void forget() {
+        texture[0] = texture[1] = ~0u;
+        active = -1;
+        scissor = false;
+    }
+    void bind(int unit, GLuint name) {
+        if (texture[unit] == name) return;
+        if (active != unit) glActiveTexture_(GL_TEXTURE0 + static_cast<GLenum>(unit));
+        active = unit;
+        glBindTexture_(GL_TEXTURE_2D, name);
+        texture[unit] = name;
+    }
+};
+
 // One command's own uniforms.
 void upload_command(const MaterialUniforms& u, const float* c, float blur_weight, float pointer_x,
                     float pointer_y) {
@@ -1181,6 +1202,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
     // Two units and two pixels: past anti-aliasing and rounding at any scale.
     const float clip_margin = 2 + 2 / std::min(frame.sx, frame.sy);
     GLuint current = 0;
+    Bindings bindings;
+    bindings.forget();
 
     for (int i = 0; i < command_count; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
@@ -1188,6 +1211,7 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         if (kind == 9) {
             blurred = snapshot(framebuffer, buffer, frame, c + 64, command_count - i - 1, sigma);
             current = 0;
+            bindings.forget();
             continue;
         }
         if (kind == 10) {
@@ -1213,21 +1237,19 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
 
         float left, top, right, bottom;
         if (!frame.clip(c, left, top, right, bottom)) continue;
-        glEnable_(GL_SCISSOR_TEST);
+        if (!bindings.scissor) glEnable_(GL_SCISSOR_TEST);
+        bindings.scissor = true;
         // Truncating the low edges and rounding up the high ones keeps every touched pixel.
         const Area box{static_cast<int>(left), static_cast<int>(fh - bottom), static_cast<int>(right + .999f),
                        static_cast<int>((fh - top) + .999f)};
 
         if (kind == 0) {
-            glActiveTexture_(GL_TEXTURE0);
-            glBindTexture_(GL_TEXTURE_2D, scene_tex);
-            glActiveTexture_(GL_TEXTURE0 + 1);
-            glBindTexture_(GL_TEXTURE_2D, blurred);
+            bindings.bind(0, scene_tex);
+            bindings.bind(1, blurred);
         } else if (kind == 2) {
             GLuint texture = 0;
             std::memcpy(&texture, c + 17, sizeof texture);
-            glActiveTexture_(GL_TEXTURE0);
-            glBindTexture_(GL_TEXTURE_2D, texture);
+            bindings.bind(0, texture);
         }
         const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
         float bounds[4];
