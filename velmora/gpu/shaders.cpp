@@ -74,28 +74,32 @@ void main() {
 // ---- blur ---------------------------------------------------------------------------------
 
 // One axis of a separable Gaussian; weights are computed per tap and normalised by what was
-// actually summed, so the hard 64-tap bound never darkens the result.
+// actually summed, so the hard 64-tap bound never darkens the result. Taps read single texels
+// (clamped to the edge) rather than filtering: a bilinear fetch reads four texels, and the one
+// that merges two taps would round differently.
 constexpr char blur_body[] = R"(
-in vec2 uv;
 out vec4 color;
 uniform sampler2D src;
 uniform vec2 stepv;
 uniform float sigma;
 void main() {
+    ivec2 at = ivec2(gl_FragCoord.xy);
     if (sigma < .01) {
-        color = texture(src, uv);
+        color = texelFetch(src, at, 0);
         return;
     }
     float r = ceil(3.0 * sigma);
     float inv = .5 / (sigma * sigma);
-    vec4 sum = texture(src, uv);
+    ivec2 last = textureSize(src, 0) - 1;
+    ivec2 axis = stepv.x > 0.0 ? ivec2(1, 0) : ivec2(0, 1);
+    vec4 sum = texelFetch(src, at, 0);
     float total = 1.0;
     for (int i = 1; i <= 64; ++i) {
         float fi = float(i);
         if (fi > r) break;
         float w = exp(-fi * fi * inv);
-        vec2 d = stepv * fi;
-        sum += (texture(src, uv + d) + texture(src, uv - d)) * w;
+        ivec2 d = axis * i;
+        sum += (texelFetch(src, clamp(at + d, ivec2(0), last), 0) + texelFetch(src, clamp(at - d, ivec2(0), last), 0)) * w;
         total += 2.0 * w;
     }
     color = sum / total;
@@ -137,7 +141,20 @@ void main() {
 // A corner is a cubic from (0, r) to (r, 0) in inward coordinates (distance in from the two
 // sides). Its distance is found numerically: a coarse bracket of 9 samples, then 14 golden-
 // section steps, all bounded at compile time.
+//
+// The corner search and the clip loop cost every fragment they are compiled into, taken or
+// not, so the backend builds variants with some of them switched off; all are on by default.
+// With CUBIC_CORNERS off a cubic surface is right only outside its corner squares.
 constexpr char contour_block[] = R"(
+#ifndef CUBIC_CORNERS
+#define CUBIC_CORNERS 1
+#endif
+#ifndef SHAPED_CLIPS
+#define SHAPED_CLIPS 1
+#endif
+#ifndef CUBIC_CLIPS
+#define CUBIC_CLIPS 1
+#endif
 uniform vec4 cornerRadii;
 uniform vec4 cornerHandles;
 uniform vec4 quality;
@@ -210,7 +227,7 @@ vec3 cubicCorner(vec2 q, float r, float k) {
     return vec3(normal, side * dist);
 }
 
-vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic) {
+vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic, bool search) {
     vec2 halfSize = box.zw * .5;
     vec2 local = point - box.xy - halfSize;
     bool right = local.x >= 0.0;
@@ -219,7 +236,7 @@ vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic
     float radius = clamp(radii[index], 0.0, min(halfSize.x, halfSize.y));
     vec2 inward = halfSize - abs(local);
     vec2 orientation = vec2(right ? -1.0 : 1.0, bottom ? -1.0 : 1.0);
-    if (cubic > .5 && radius > 1e-5 && inward.x < radius && inward.y < radius) {
+    if (search && cubic > .5 && radius > 1e-5 && inward.x < radius && inward.y < radius) {
         vec3 field = cubicCorner(inward, radius, clamp(handles[index], .55228475, 1.0));
         return vec3(field.xy * orientation, field.z);
     }
@@ -233,7 +250,7 @@ vec3 boxFieldProfile(vec2 point, vec4 box, vec4 radii, vec4 handles, float cubic
 }
 
 vec3 boxField(vec2 point, vec4 box) {
-    return boxFieldProfile(point, box, cornerRadii, cornerHandles, quality.y);
+    return boxFieldProfile(point, box, cornerRadii, cornerHandles, quality.y, CUBIC_CORNERS != 0);
 }
 
 float coverageMode(float d, vec2 gradient, float mode) {
@@ -253,6 +270,7 @@ float coverageAt(float d, vec2 gradient) {
 }
 
 float contentCoverage(vec2 point) {
+#if SHAPED_CLIPS
     vec2 dx = dFdx(point);
     vec2 dy = dFdy(point);
     float result = 1.0;
@@ -260,20 +278,28 @@ float contentCoverage(vec2 point) {
         if (i >= shapeClipCount) break;
         vec4 box = shapeClipRects[i];
         if (box.z <= 0.0 || box.w <= 0.0) return 0.0;
-        vec3 f = boxFieldProfile(point, box, shapeClipRadii[i], shapeClipHandles[i], shapeClipInfo[i].x);
+        vec3 f = boxFieldProfile(point, box, shapeClipRadii[i], shapeClipHandles[i], shapeClipInfo[i].x,
+                                 CUBIC_CLIPS != 0);
         vec2 gradient = vec2(dot(f.xy, dx), dot(f.xy, dy));
         result = min(result, coverageMode(f.z, gradient, shapeClipInfo[i].y));
     }
     return result;
+#else
+    return 1.0;
+#endif
 }
 )";
 
 // ---- glass --------------------------------------------------------------------------------
 
 // Refraction pulls the sample point inward along the contour normal and saturates at four
-// fifths of the bevel. Chromatic splitting reads the sharp scene so it survives any blur, and
-// only its luminance-free difference is added.
+// fifths of the bevel. GLASS_INSIDE compiles what is left of it all far enough inside the
+// surface, where the bend, the dispersion and the rim terms are exactly zero. Chromatic splitting reads the
+// sharp scene so it survives any blur, and only its luminance-free difference is added.
 constexpr char glass_body[] = R"(
+#ifndef GLASS_INSIDE
+#define GLASS_INSIDE 0
+#endif
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
@@ -310,6 +336,13 @@ vec3 addChromatic(vec3 base, vec3 delta) {
 void main() {
     vec2 h = rect.zw * .5;
     vec2 c = rect.xy + h;
+#if GLASS_INSIDE
+    // Past the rim: no bend, no dispersion, no rim light or shadow, the surface fully covered.
+    float cov = contentCoverage(pui);
+    if (cov <= 0.0) discard;
+    vec3 g = mix(sampleBg(pui), ink.rgb, clamp(material.x, 0.0, 1.0));
+    float strength = clamp(material.y, 0.0, 1.5);
+#else
     vec3 field = boxField(pui, rect);
     float d = field.z;
     vec2 n = field.xy;
@@ -356,6 +389,7 @@ void main() {
     g = mix(g, shadowColor.rgb, (1.0 - exp(-occlusion)) * shadowColor.a);
     g = mix(g, highlightColor.rgb, reflection * highlightColor.a);
 
+#endif
     vec2 q = (pui - pointerv.xy) / max(vec2(110.0), h);
     g = mix(g, highlightColor.rgb, exp(-dot(q, q) * 2.0) * .008 * strength * highlightColor.a);
 
@@ -367,8 +401,11 @@ void main() {
 // ---- shape --------------------------------------------------------------------------------
 
 // Boxes take their gradient from the analytic normal; rings and lines differentiate the
-// distance itself.
+// distance itself. Boxes are most of what is drawn: BOXES_ONLY compiles them alone.
 constexpr char shape_body[] = R"(
+#ifndef BOXES_ONLY
+#define BOXES_ONLY 0
+#endif
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
@@ -383,8 +420,8 @@ vec3 hsv(float h, float s, float v) {
     return v * mix(vec3(1.0), rgb, s);
 }
 
-void main() {
-    float clipAlpha = contentCoverage(pui);
+// Rings, lines and the colour plane.
+void otherShape(float clipAlpha) {
     if (kind == 5) {
         float a = ink.a * clipAlpha;
         color = vec4(hsv(extra.y, uv.x, 1.0 - uv.y) * a, a);
@@ -396,7 +433,7 @@ void main() {
         vec2 a = pui - rect.xy;
         vec2 b = rect.zw;
         d = length(a - b * clamp(dot(a, b) / max(dot(b, b), .00001), 0.0, 1.0)) - extra.x * .5;
-    } else if (kind == 3) {
+    } else {
         float r = min(rect.z, rect.w) * .5 - extra.x * .5 - 1.0;
         d = abs(length(p) - r) - extra.x * .5;
         if (extra.y < .9999) {
@@ -409,16 +446,22 @@ void main() {
             }
         }
         if (extra.y <= 0.0) discard;
-    } else {
-        vec3 field = boxField(pui, rect);
-        d = field.z;
-        if (extra.x > 0.0) d = abs(d + extra.x * .5) - extra.x * .5;
-        vec2 gradient = vec2(dot(field.xy, dFdx(pui)), dot(field.xy, dFdy(pui)));
-        float alpha = min(coverageAt(d, gradient), clipAlpha) * ink.a;
-        color = vec4(ink.rgb * alpha, alpha);
-        return;
     }
     vec2 gradient = vec2(dFdx(d), dFdy(d));
+    float alpha = min(coverageAt(d, gradient), clipAlpha) * ink.a;
+    color = vec4(ink.rgb * alpha, alpha);
+}
+
+void main() {
+    float clipAlpha = contentCoverage(pui);
+    if (BOXES_ONLY == 0 && kind != 1) {
+        otherShape(clipAlpha);
+        return;
+    }
+    vec3 field = boxField(pui, rect);
+    float d = field.z;
+    if (extra.x > 0.0) d = abs(d + extra.x * .5) - extra.x * .5;
+    vec2 gradient = vec2(dot(field.xy, dFdx(pui)), dot(field.xy, dFdy(pui)));
     float alpha = min(coverageAt(d, gradient), clipAlpha) * ink.a;
     color = vec4(ink.rgb * alpha, alpha);
 }
@@ -426,8 +469,12 @@ void main() {
 
 // ---- glyph --------------------------------------------------------------------------------
 
-// The clip multiplies glyph coverage, where the other stages take a minimum.
+// The clip multiplies glyph coverage, where the other stages take a minimum. BITMAP_GLYPHS
+// compiles the bitmap path alone.
 constexpr char glyph_body[] = R"(
+#ifndef BITMAP_GLYPHS
+#define BITMAP_GLYPHS 0
+#endif
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
@@ -445,7 +492,7 @@ float sdfCoverage(vec2 coord, float screenRange) {
 void main() {
     vec2 coord = texRect.xy + uv * texRect.zw;
     float coverage;
-    if (extra.y > .5) {
+    if (BITMAP_GLYPHS == 0 && extra.y > .5) {
         vec2 unitRange = vec2(2.0 * extra.z) / vec2(textureSize(atlas, 0));
         vec2 footprint = max(fwidth(coord), vec2(1e-8));
         float screenRange = max(.5 * dot(unitRange, 1.0 / footprint), 1.0);

@@ -17,7 +17,9 @@
 #include "velmora/gpu/gl_loader.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -209,6 +211,26 @@ struct MaterialUniforms {
         clip_info;
 };
 
+// The material stages (glass, shape, glyph) come in variants, all built by vg_open: the corner
+// search and the clip loop cost every fragment they are compiled into, taken or not.
+constexpr int variant_cubic = 1;       // the surface's own corner search
+constexpr int variant_clips = 2;       // the shaped-clip loop
+constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
+constexpr int variant_common = 8;      // only the common case: boxes, bitmap glyphs, glass past its rim
+constexpr int variant_count = 16;
+constexpr int variant_all = 7; // the texts as given, built by vg_open
+constexpr int stage_count = 3;
+
+struct Material {
+    GLuint program;
+    MaterialUniforms u;
+    unsigned clip_serial;    // of the clip stack its uniforms hold
+    unsigned command_serial; // of the command its uniforms hold
+};
+// Stamps of what the material uniforms hold, counted across frames so that a stamp never
+// matches a previous frame's.
+unsigned clip_serial = 0, command_serial = 0;
+
 constexpr int max_clips = 32;
 constexpr std::size_t error_capacity = 2048;
 
@@ -219,10 +241,10 @@ bool entry_points_live = false;
 char last_error[error_capacity] = "";
 
 GLuint vao = 0;
-GLuint program_bg = 0, program_blur = 0, program_glass = 0, program_shape = 0, program_text = 0;
+GLuint program_bg = 0, program_blur = 0;
 GLint bg_res = -1, bg_time = -1, bg_grid = -1, bg_palette = -1, bg_color = -1, bg_accent = -1;
 GLint bl_src = -1, bl_step = -1, bl_sigma = -1;
-MaterialUniforms ug{}, us{}, ut{};
+Material materials[stage_count][variant_count]{};
 GLuint scene_tex = 0, scene_fbo = 0;
 GLuint blur_a_tex = 0, blur_a_fbo = 0, blur_b_tex = 0, blur_b_fbo = 0;
 int tex_w = 0, tex_h = 0;
@@ -259,9 +281,13 @@ template <typename Getter> void log_error(Getter get_log, GLuint object) {
     set_error(log);
 }
 
-GLuint compile_shader(GLenum stage, const char* text) {
+// `defines` go in after the first line, the #version line.
+GLuint compile_shader(GLenum stage, const char* text, const char* defines) {
+    const char* rest = std::strchr(text, '\n');
+    const char* parts[3] = {text, rest ? defines : "", rest ? rest + 1 : ""};
+    const GLint lengths[3] = {rest ? static_cast<GLint>(rest + 1 - text) : -1, -1, -1};
     GLuint shader = glCreateShader_(stage);
-    glShaderSource_(shader, 1, &text, nullptr);
+    glShaderSource_(shader, 3, parts, lengths);
     glCompileShader_(shader);
     GLint ok = 0;
     glGetShaderiv_(shader, GL_COMPILE_STATUS, &ok);
@@ -271,10 +297,10 @@ GLuint compile_shader(GLenum stage, const char* text) {
     return 0;
 }
 
-GLuint make_program(const char* vertex, const char* fragment) {
-    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex);
+GLuint make_program(const char* vertex, const char* fragment, const char* defines = "") {
+    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex, "");
     if (!vs) return 0;
-    GLuint fs = compile_shader(GL_FRAGMENT_SHADER, fragment);
+    GLuint fs = compile_shader(GL_FRAGMENT_SHADER, fragment, defines);
     if (!fs) {
         glDeleteShader_(vs);
         return 0;
@@ -332,6 +358,45 @@ void set_sampler(GLuint program, const char* name, GLint unit) {
     glUniform1i_(glGetUniformLocation_(program, name), unit);
 }
 
+// Builds one variant of a material stage from the rect vertex text and the stage's fragment
+// text; false, with the log in last_error, on failure.
+bool build_material(int stage, int variant, const char* vertex, const char* fragment) {
+    char defines[192];
+    const int common = (variant & variant_common) != 0;
+    std::snprintf(defines, sizeof defines,
+                  "#define CUBIC_CORNERS %d\n#define SHAPED_CLIPS %d\n#define CUBIC_CLIPS %d\n"
+                  "#define BOXES_ONLY %d\n#define BITMAP_GLYPHS %d\n#define GLASS_INSIDE %d\n",
+                  (variant & variant_cubic) != 0, (variant & variant_clips) != 0,
+                  (variant & variant_cubic_clips) != 0, common, common, common);
+    Material& m = materials[stage][variant];
+    m.program = make_program(vertex, fragment, defines);
+    if (!m.program) return false;
+    m.u = material_uniforms(m.program);
+    if (stage == 0) {
+        set_sampler(m.program, "sharpTex", 0);
+        set_sampler(m.program, "blurTex", 1);
+    } else if (stage == 2) {
+        set_sampler(m.program, "atlas", 0);
+    }
+    return true;
+}
+
+// The one variant of `stage` that serves the switches in `variant`.
+int distinct_variant(int stage, int variant) {
+    // No corner search for glyphs, which have no contour of their own, for the inside of glass,
+    // which holds no corner, nor for the shapes that are not boxes.
+    const bool common = (variant & variant_common) != 0;
+    if (stage == 2 || (stage == 0 && common) || (stage == 1 && !common)) variant &= ~variant_cubic;
+    if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
+    return variant;
+}
+
+// The variant of `stage` a draw needs; the full one should it have failed to build.
+Material& material(int stage, int variant) {
+    Material& m = materials[stage][distinct_variant(stage, variant)];
+    return m.program ? m : materials[stage][variant_all];
+}
+
 // Per-draw-buffer blending is core from 4.0 and an extension before.
 void resolve_indexed_blending(GLint major) {
     if (major <= 3 && !has_extension("GL_ARB_draw_buffers_blend")) return;
@@ -354,12 +419,16 @@ void delete_resources() {
     GLuint textures[] = {scene_tex, blur_a_tex, blur_b_tex};
     glDeleteFramebuffers_(3, fbos);
     glDeleteTextures_(3, textures);
-    for (GLuint program : {program_bg, program_blur, program_glass, program_shape, program_text})
-        glDeleteProgram_(program);
+    for (GLuint program : {program_bg, program_blur}) glDeleteProgram_(program);
+    for (auto& stage : materials)
+        for (Material& m : stage) {
+            if (m.program) glDeleteProgram_(m.program);
+            m = {};
+        }
     glDeleteVertexArrays_(1, &vao);
     resources_ready = false;
     scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
-    program_bg = program_blur = program_glass = program_shape = program_text = vao = 0;
+    program_bg = program_blur = vao = 0;
     tex_w = tex_h = 0;
     blendFuncIndexed = nullptr;
     blendEquationIndexed = nullptr;
@@ -550,7 +619,122 @@ void enable_premultiplied_blending() {
     }
 }
 
-void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float texel_sigma) {
+// A rectangle of texels or pixels, [x0, x1) x [y0, y1), y up as GL counts.
+struct Area {
+    int x0, y0, x1, y1;
+
+    long long size() const { return static_cast<long long>(x1 - x0) * (y1 - y0); }
+    Area grown(int dx, int dy, int w, int h) const {
+        return {std::max(x0 - dx, 0), std::max(y0 - dy, 0), std::min(x1 + dx, w), std::min(y1 + dy, h)};
+    }
+    Area joined(const Area& o) const {
+        return {std::min(x0, o.x0), std::min(y0, o.y0), std::max(x1, o.x1), std::max(y1, o.y1)};
+    }
+    void scissor() const { glScissor_(x0, y0, x1 - x0, y1 - y0); }
+};
+
+// The mapping of one vg_submit: target size, logical-to-pixel scale and the host's scissor.
+struct Frame {
+    int width, height;
+    float fw, fh, sx, sy;
+    bool host_scissor;
+    float host_left, host_right, host_top, host_bottom; // y-down pixels
+
+    // The y-down pixel box a drawing command may touch: its clip cut to the host's scissor.
+    // False when the command draws nothing (empty clip, or an alpha that is not positive).
+    bool clip(const float* c, float& left, float& top, float& right, float& bottom) const {
+        left = std::max(c[18] * sx, 0.0f);
+        right = std::min((c[18] + c[20]) * sx, fw);
+        top = std::max(c[19] * sy, 0.0f);
+        bottom = std::min((c[19] + c[21]) * sy, fh);
+        if (host_scissor) {
+            left = std::max(left, host_left);
+            right = std::min(right, host_right);
+            top = std::max(top, host_top);
+            bottom = std::min(bottom, host_bottom);
+        }
+        // Negated, so that a NaN in the clip or the alpha skips the command too.
+        return right > left && bottom > top && c[9] > 0;
+    }
+};
+
+// The half-size areas whose blurred values glass will read, as few rectangles as keeps the
+// blurred surface small. Lives on the stack of each backdrop.
+struct BlurAreas {
+    static constexpr int capacity = 16;
+    Area areas[capacity];
+    int count = 0;
+
+    // Adds `a`, merging rectangles whenever their bounding box (grown by the kernel) costs no
+    // more than the two apart, and into the cheapest neighbour when full.
+    void add(Area a, int gx, int gy) {
+        for (;;) {
+            int best = -1;
+            long long best_cost = 0;
+            const Area ga = a.grown(gx, gy, blur_w, blur_h);
+            for (int i = 0; i < count; ++i) {
+                const Area gi = areas[i].grown(gx, gy, blur_w, blur_h);
+                const long long extra = ga.joined(gi).size() - ga.size() - gi.size();
+                if (best < 0 || extra < best_cost) {
+                    best = i;
+                    best_cost = extra;
+                }
+            }
+            if (best < 0 || (best_cost > 0 && count < capacity)) break;
+            a = a.joined(areas[best]);
+            areas[best] = areas[--count];
+        }
+        areas[count++] = a;
+    }
+};
+
+// Refraction moves a glass sample at most 4/5 of the widest bevel, 10 units, along the normal.
+constexpr float max_refraction = 8.0f;
+
+// Collects what the glass commands up to the next backdrop read of the blurred scene, as
+// V-pass areas in half-size texels. Glass with no blur weight reads none.
+void collect_blur_areas(const Frame& f, const float* commands, int count, int gx, int gy, BlurAreas& out) {
+    const float kx = static_cast<float>(blur_w) / f.fw, ky = static_cast<float>(blur_h) / f.fh;
+    for (int i = 0; i < count; ++i) {
+        const float* c = commands + static_cast<std::size_t>(i) * 64;
+        if (c[0] == 9.0f) break;
+        float left, top, right, bottom;
+        if (c[0] != 0.0f || !f.clip(c, left, top, right, bottom) || c[22] <= 0) continue;
+        // The quad overreaches the surface by 2 units; an odd size reads from anywhere.
+        if (c[3] >= 0 && c[4] >= 0) {
+            left = std::max(left, (c[1] - 2) * f.sx);
+            right = std::min(right, (c[1] + c[3] + 2) * f.sx);
+            top = std::max(top, (c[2] - 2) * f.sy);
+            bottom = std::min(bottom, (c[2] + c[4] + 2) * f.sy);
+            if (!(right > left) || !(bottom > top)) continue;
+            const float rx = max_refraction * f.sx, ry = max_refraction * f.sy;
+            left -= rx;
+            right += rx;
+            top -= ry;
+            bottom += ry;
+        } else {
+            left = top = 0;
+            right = f.fw;
+            bottom = f.fh;
+        }
+        // One texel more on each side for the bilinear footprint.
+        const Area a{static_cast<int>(std::floor(left * kx)) - 1,
+                     static_cast<int>(std::floor((f.fh - bottom) * ky)) - 1,
+                     static_cast<int>(std::ceil(right * kx)) + 1,
+                     static_cast<int>(std::ceil((f.fh - top) * ky)) + 1};
+        const Area inside = a.grown(0, 0, blur_w, blur_h);
+        if (inside.x1 > inside.x0 && inside.y1 > inside.y0) out.add(inside, gx, gy);
+    }
+}
+
+// The reach of one blur pass in texels: its last tap, and one more should the shader round
+// 3 sigma up past it.
+int kernel_reach(float texel_sigma) {
+    return static_cast<int>(std::min(std::ceil(3.0f * texel_sigma), 64.0f)) + 1;
+}
+
+void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float texel_sigma, const Area* areas,
+               int count, int gx, int gy) {
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, target);
     glViewport_(0, 0, blur_w, blur_h);
     glActiveTexture_(GL_TEXTURE0);
@@ -558,33 +742,46 @@ void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float t
     glUseProgram_(program_blur);
     glUniform2f_(bl_step, step_x, step_y);
     glUniform1f_(bl_sigma, texel_sigma);
-    glDrawArrays_(GL_TRIANGLES, 0, 3);
+    for (int i = 0; i < count; ++i) {
+        areas[i].grown(gx, gy, blur_w, blur_h).scissor();
+        glDrawArrays_(GL_TRIANGLES, 0, 3);
+    }
 }
 
-// Freezes the target into scene_tex and, with sigma on, a half-size blurred copy; returns
-// the texture glass reads as its blurred scene. Leaves the target bound for drawing with
-// premultiplied blending.
-GLuint snapshot(GLuint framebuffer, GLenum buffer, int width, int height, float sigma) {
+// Freezes the target into scene_tex and, with sigma on, blurs a half-size copy where the glass
+// up to the next backdrop (`next`, `count` commands on) will read it; returns the texture glass
+// reads as its blurred scene. Leaves the target bound for drawing with premultiplied blending.
+GLuint snapshot(GLuint framebuffer, GLenum buffer, const Frame& f, const float* next, int count,
+                float sigma) {
     glDisable_(GL_SCISSOR_TEST);
     glDisablei_(GL_BLEND, 0);
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
     glReadBuffer_(buffer);
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, scene_fbo);
-    glBlitFramebuffer_(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBlitFramebuffer_(0, 0, f.width, f.height, 0, 0, f.width, f.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     GLuint result = scene_tex;
     if (sigma > .01f) {
+        const auto bw = static_cast<float>(blur_w), bh = static_cast<float>(blur_h);
+        const float sigma_x = sigma * bw / f.fw, sigma_y = sigma * bh / f.fh;
+        const int rx = kernel_reach(sigma_x), ry = kernel_reach(sigma_y);
+        BlurAreas blur;
+        collect_blur_areas(f, next, count, rx, ry, blur);
+        // Downsample what the horizontal pass reads, which reads what the vertical pass reads.
+        glEnable_(GL_SCISSOR_TEST);
         glBindFramebuffer_(GL_READ_FRAMEBUFFER, scene_fbo);
         glReadBuffer_(GL_COLOR_ATTACHMENT0);
         glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, blur_a_fbo);
-        glBlitFramebuffer_(0, 0, width, height, 0, 0, blur_w, blur_h, GL_COLOR_BUFFER_BIT, GL_LINEAR);
-        auto bw = static_cast<float>(blur_w), bh = static_cast<float>(blur_h);
-        blur_pass(blur_b_fbo, blur_a_tex, 1.0f / bw, 0.0f, sigma * bw / static_cast<float>(width));
-        blur_pass(blur_a_fbo, blur_b_tex, 0.0f, 1.0f / bh, sigma * bh / static_cast<float>(height));
+        for (int i = 0; i < blur.count; ++i) {
+            blur.areas[i].grown(rx, ry, blur_w, blur_h).scissor();
+            glBlitFramebuffer_(0, 0, f.width, f.height, 0, 0, blur_w, blur_h, GL_COLOR_BUFFER_BIT, GL_LINEAR);
+        }
+        blur_pass(blur_b_fbo, blur_a_tex, 1.0f / bw, 0.0f, sigma_x, blur.areas, blur.count, 0, ry);
+        blur_pass(blur_a_fbo, blur_b_tex, 0.0f, 1.0f / bh, sigma_y, blur.areas, blur.count, 0, 0);
         result = blur_a_tex;
     }
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
     glDrawBuffer_(buffer);
-    glViewport_(0, 0, width, height);
+    glViewport_(0, 0, f.width, f.height);
     enable_premultiplied_blending();
     return result;
 }
@@ -642,14 +839,23 @@ int vg_open(const char* const* shaders) {
     // All five are built even after a failure; last_error keeps the last log.
     program_bg = make_program(fullscreen, shaders[1]);
     program_blur = make_program(fullscreen, shaders[2]);
-    program_glass = make_program(rect, shaders[4]);
-    program_shape = make_program(rect, shaders[5]);
-    program_text = make_program(rect, shaders[6]);
-    if (!program_bg || !program_blur || !program_glass || !program_shape || !program_text) {
+    bool built = program_bg && program_blur;
+    for (int stage = 0; stage < stage_count; ++stage)
+        built = build_material(stage, variant_all, rect, shaders[4 + stage]) && built;
+    if (!built) {
         restore_state(host);
         delete_resources();
         return fail(nullptr);
     }
+    // Then every variant, so that no frame compiles; one that fails leaves the full program to
+    // serve in its place, and its log unreported.
+    char kept[error_capacity];
+    std::memcpy(kept, last_error, error_capacity);
+    for (int stage = 0; stage < stage_count; ++stage)
+        for (int variant = 0; variant < variant_count; ++variant)
+            if (variant != variant_all && distinct_variant(stage, variant) == variant)
+                build_material(stage, variant, rect, shaders[4 + stage]);
+    std::memcpy(last_error, kept, error_capacity);
 
     auto at = [](GLuint program, const char* name) { return glGetUniformLocation_(program, name); };
     bg_res = at(program_bg, "res");
@@ -661,15 +867,9 @@ int vg_open(const char* const* shaders) {
     bl_src = at(program_blur, "src");
     bl_step = at(program_blur, "stepv");
     bl_sigma = at(program_blur, "sigma");
-    ug = material_uniforms(program_glass);
-    us = material_uniforms(program_shape);
-    ut = material_uniforms(program_text);
 
     glUseProgram_(program_blur);
     glUniform1i_(bl_src, 0);
-    set_sampler(program_glass, "sharpTex", 0);
-    set_sampler(program_glass, "blurTex", 1);
-    set_sampler(program_text, "atlas", 0);
 
     GLuint textures[3], fbos[3];
     glGenTextures_(3, textures);
@@ -717,9 +917,185 @@ struct ClipStack {
     float handles[max_clips * 4];
     float info[max_clips * 4];
     int depth = 0;
+    int cubic = 0; // how many of them have cubic corners
+
+    // The clip work a draw whose fragments lie in `r` (logical x0, y0, x1, y1) needs. A clip is
+    // exactly 1 over fragments at least `margin` inside its sides and outside its corner squares,
+    // so one that holds all of `r` that way is left out; the corner search only where `r`
+    // reaches the corner square of a cubic clip.
+    int variant_for(const float* r, float margin) const {
+        if (depth == 0) return 0;
+        const int all = variant_clips | (cubic ? variant_cubic_clips : 0);
+        for (int i = 0; i < 4; ++i)
+            if (!std::isfinite(r[i])) return all;
+        int variant = 0;
+        for (int i = 0; i < depth; ++i) {
+            const float* b = rects + i * 4;
+            const float* radius = radii + i * 4;
+            if (!(b[2] > 0 && b[3] > 0)) return all; // an empty clip hides everything
+            const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
+            const float limit = std::min(b[2], b[3]) * .5f;
+            bool corner = false;
+            for (int k = 0; k < 4; ++k) {
+                if (!std::isfinite(radius[k])) return all;
+                const float rk = std::clamp(radius[k], 0.0f, limit);
+                if (!(rk > 1e-5f)) continue;
+                const float reach = rk + margin;
+                const bool horizontal = k == 0 || k == 3 ? r[0] < x0 + reach : r[2] > x1 - reach;
+                const bool vertical = k < 2 ? r[1] < y0 + reach : r[3] > y1 - reach;
+                corner = corner || (horizontal && vertical);
+            }
+            const bool inside =
+                r[0] >= x0 + margin && r[2] <= x1 - margin && r[1] >= y0 + margin && r[3] <= y1 - margin;
+            if (inside && !corner) continue;
+            variant |= variant_clips;
+            if (corner && info[i * 4] > .5f) variant |= variant_cubic_clips;
+        }
+        return variant;
+    }
 };
 
+// The logical box that holds every fragment of command `c` within its pixel clip (y-down,
+// scaled by sx, sy): the quad the vertex stage makes, padded as it pads it.
+void fragment_bounds(const float* c, float left, float top, float right, float bottom, float sx, float sy,
+                     float* r) {
+    const int kind = static_cast<int>(c[0]);
+    const float pad = kind == 2 || kind == 5 ? 0.0f : kind == 4 ? std::max(2.0f, c[10] * .5f + 2) : 2.0f;
+    r[0] = std::max(std::min(c[1], c[1] + c[3]) - pad, left / sx);
+    r[1] = std::max(std::min(c[2], c[2] + c[4]) - pad, top / sy);
+    r[2] = std::min(std::max(c[1], c[1] + c[3]) + pad, right / sx);
+    r[3] = std::min(std::max(c[2], c[2] + c[4]) + pad, bottom / sy);
+}
+
 void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
+
+// The texture units and the scissor test as the command loop set them, so that a run of
+// commands with the same textures binds them once. Forgotten at each backdrop, which sets its own.
+struct Bindings {
+    GLuint texture[2];
+    int active; // the active unit, -1 when unknown
+    bool scissor;
+
+    void forget() {
+        texture[0] = texture[1] = ~0u;
+        active = -1;
+        scissor = false;
+    }
+    void bind(int unit, GLuint name) {
+        if (texture[unit] == name) return;
+        if (active != unit) glActiveTexture_(GL_TEXTURE0 + static_cast<GLenum>(unit));
+        active = unit;
+        glBindTexture_(GL_TEXTURE_2D, name);
+        texture[unit] = name;
+    }
+};
+
+// One command's own uniforms.
+void upload_command(const MaterialUniforms& u, const float* c, float blur_weight, float pointer_x,
+                    float pointer_y) {
+    set4(u.rect, c + 1);
+    glUniform1i_(u.kind, static_cast<int>(c[0]));
+    glUniform4f_(u.extra, c[10], c[11], c[12], 0);
+    set4(u.ink, c + 6);
+    glUniform1f_(u.radius, c[5]);
+    set4(u.corner_radii, c + 28);
+    set4(u.corner_handles, c + 32);
+    glUniform4f_(u.quality, c[27], c[44], c[45], 0);
+    if (c[0] == 0.0f) {
+        glUniform4f_(u.optics, c[23], c[26], blur_weight, c[5]);
+        glUniform4f_(u.material, c[25], c[24], 0, 0);
+        glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
+        set4(u.highlight, c + 36);
+        set4(u.shadow, c + 40);
+    } else if (c[0] == 2.0f) {
+        set4(u.tex_rect, c + 13);
+    }
+}
+
+// The pixels of a surface in pieces, each the whole quad drawn under a scissor box so that
+// every fragment sees exactly what it would unsplit, each with the variant it needs: the corner
+// squares, grown by a unit so that rounding never puts a fragment that needs the search outside
+// them; for glass the inside past its rim; and the rest.
+struct Pieces {
+    Area at[13];
+    int variant[13];
+    int count = 0;
+};
+
+// How far inside its sides glass is past its rim, in units: beyond the widest bevel (10), where
+// the rim light has decayed below what can change a colour (4 edge widths, an edge width being
+// at most 0.85 * sqrt(2) pixels or 0.65 units), and outside the corner squares. 0 for none.
+float glass_inside(const float* c, float sx, float sy) {
+    const float edge_width = std::max(.65f, .85f * 1.4143f / std::min(sx, sy));
+    float largest = 0;
+    for (int i = 28; i < 32; ++i) largest = std::max(largest, c[i]);
+    return std::max({10.0f, 4 * edge_width, largest + 1}) + 1;
+}
+
+// Splits the surface of `c` (pixels y-down, scaled by sx, sy) within `clip`, y-up pixels of a
+// target `height` high. Corners get `base | corner`, the inside (when `inside` > 0) the common
+// variant, the rest `base`. False when it is better drawn whole: sizes or radii that are not
+// plain numbers, or corners so large that their squares would meet.
+bool split_surface(const float* c, float sx, float sy, int height, const Area& clip, int base, int corner,
+                   float inside, Pieces& out) {
+    for (int i : {1, 2, 3, 4, 28, 29, 30, 31})
+        if (!std::isfinite(c[i])) return false;
+    if (c[3] < 0 || c[4] < 0) return false;
+    auto lo = [](float v) { return static_cast<int>(std::floor(v)); };
+    auto hi = [](float v) { return static_cast<int>(std::ceil(v)); };
+    // The quad as the vertex stage makes it, 2 units of pad, cut to the clip.
+    const int qx0 = std::max(lo((c[1] - 2) * sx), clip.x0),
+              qx1 = std::min(hi((c[1] + c[3] + 2) * sx), clip.x1);
+    const int qy0 = std::max(lo((c[2] - 2) * sy), height - clip.y1),
+              qy1 = std::min(hi((c[2] + c[4] + 2) * sy), height - clip.y0);
+    if (qx1 <= qx0 || qy1 <= qy0) return false;
+    const float limit = std::min(c[3], c[4]) * .5f, x0 = c[1], y0 = c[2], x1 = c[1] + c[3], y1 = c[2] + c[4];
+    auto x = [&](float v, bool up) { return std::clamp(up ? hi(v * sx) : lo(v * sx), qx0, qx1); };
+    auto y = [&](float v, bool up) { return std::clamp(up ? hi(v * sy) : lo(v * sy), qy0, qy1); };
+    // How far in from the sides the square of corner i (0 top left, clockwise) reaches, in units.
+    float reach[4];
+    for (int i = 0; i < 4; ++i) {
+        const float r = std::clamp(c[28 + i], 0.0f, limit);
+        reach[i] = r > 1e-5f ? r + 1 : -1;
+    }
+    // Corner squares, y-down: left or right edge a, top or bottom edge b; empty without a radius.
+    const int a0 = reach[0] < 0 ? qx0 : x(x0 + reach[0], true),
+              b0 = reach[0] < 0 ? qy0 : y(y0 + reach[0], true);
+    const int a1 = reach[1] < 0 ? qx1 : x(x1 - reach[1], false),
+              b1 = reach[1] < 0 ? qy0 : y(y0 + reach[1], true);
+    const int a2 = reach[2] < 0 ? qx1 : x(x1 - reach[2], false),
+              b2 = reach[2] < 0 ? qy1 : y(y1 - reach[2], false);
+    const int a3 = reach[3] < 0 ? qx0 : x(x0 + reach[3], true),
+              b3 = reach[3] < 0 ? qy1 : y(y1 - reach[3], false);
+    if (a0 > a1 || a3 > a2 || std::max(b0, b1) > std::min(b2, b3)) return false;
+    // The inside, if any, between the top band (corners 0 and 1) and the bottom one (2 and 3).
+    int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
+    int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
+    if (!(inside > 0) || ix0 >= ix1 || top >= bottom || top < std::max(b0, b1) || bottom > std::min(b2, b3) ||
+        ix0 < std::max(a0, a3) || ix1 > std::min(a1, a2)) {
+        top = bottom = std::max(b0, b1);
+        ix0 = ix1 = qx0;
+    }
+    auto add = [&](int left, int upper, int right, int lower, int variant) {
+        if (right <= left || lower <= upper) return;
+        out.at[out.count] = {left, height - lower, right, height - upper};
+        out.variant[out.count++] = variant;
+    };
+    add(a0, qy0, a1, top, base);
+    add(qx0, b0, a0, top, base);
+    add(a1, b1, qx1, top, base);
+    add(qx0, top, ix0, bottom, base);
+    add(ix1, top, qx1, bottom, base);
+    add(a3, bottom, a2, qy1, base);
+    add(qx0, bottom, a3, b3, base);
+    add(a2, bottom, qx1, b2, base);
+    add(qx0, qy0, a0, b0, base | corner);
+    add(a1, qy0, qx1, b1, base | corner);
+    add(a2, b2, qx1, qy1, base | corner);
+    add(qx0, b3, a3, qy1, base | corner);
+    add(ix0, top, ix1, bottom, variant_common);
+    return true;
+}
 
 // The kind is truncated to an integer; kinds beyond those a Canvas writes draw through the
 // shape program. Only a kind the truncation is undefined for (NaN, beyond int) is refused.
@@ -803,30 +1179,35 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
         restore_state(host);
         return;
     }
-    GLuint blurred = snapshot(framebuffer, buffer, width, height, sigma);
-
     const float fw = static_cast<float>(width), fh = static_cast<float>(height);
-    const float sx = fw / logical_width, sy = fh / logical_height;
     // The host's scissor box in y-down pixels, applied on top of each command's clip.
-    const bool host_scissor = host.enabled[scissor_flag] != 0;
-    const float host_left = static_cast<float>(host.scissor[0]);
-    const float host_right = static_cast<float>(host.scissor[0] + host.scissor[2]);
-    const float host_top = fh - static_cast<float>(host.scissor[1] + host.scissor[3]);
-    const float host_bottom = fh - static_cast<float>(host.scissor[1]);
-    const GLuint programs[3] = {program_glass, program_shape, program_text};
-    const MaterialUniforms* tables[3] = {&ug, &us, &ut};
-
+    const Frame frame{width,
+                      height,
+                      fw,
+                      fh,
+                      fw / logical_width,
+                      fh / logical_height,
+                      host.enabled[scissor_flag] != 0,
+                      static_cast<float>(host.scissor[0]),
+                      static_cast<float>(host.scissor[0] + host.scissor[2]),
+                      fh - static_cast<float>(host.scissor[1] + host.scissor[3]),
+                      fh - static_cast<float>(host.scissor[1])};
+    GLuint blurred = snapshot(framebuffer, buffer, frame, commands, command_count, sigma);
     ClipStack clips;
-    unsigned generation = 1;
-    unsigned uploaded[3] = {0, 0, 0};
+    ++clip_serial;
+    // Two units and two pixels: past anti-aliasing and rounding at any scale.
+    const float clip_margin = 2 + 2 / std::min(frame.sx, frame.sy);
     GLuint current = 0;
+    Bindings bindings;
+    bindings.forget();
 
     for (int i = 0; i < command_count; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
         const int kind = static_cast<int>(c[0]);
         if (kind == 9) {
-            blurred = snapshot(framebuffer, buffer, width, height, sigma);
+            blurred = snapshot(framebuffer, buffer, frame, c + 64, command_count - i - 1, sigma);
             current = 0;
+            bindings.forget();
             continue;
         }
         if (kind == 10) {
@@ -838,77 +1219,75 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             at[3][0] = c[44];
             at[3][1] = c[27];
             at[3][2] = at[3][3] = 0;
+            clips.cubic += c[44] > .5f;
             ++clips.depth;
-            ++generation;
+            ++clip_serial;
             continue;
         }
         if (kind == 11) {
             --clips.depth;
-            ++generation;
+            clips.cubic -= clips.info[clips.depth * 4] > .5f;
+            ++clip_serial;
             continue;
         }
 
-        float left = std::max(c[18] * sx, 0.0f);
-        float right = std::min((c[18] + c[20]) * sx, fw);
-        float top = std::max(c[19] * sy, 0.0f);
-        float bottom = std::min((c[19] + c[21]) * sy, fh);
-        if (host_scissor) {
-            left = std::max(left, host_left);
-            right = std::min(right, host_right);
-            top = std::max(top, host_top);
-            bottom = std::min(bottom, host_bottom);
-        }
-        // Negated, so that a NaN in the clip or the alpha skips the command too.
-        if (!(right > left) || !(bottom > top) || !(c[9] > 0)) continue;
-        glEnable_(GL_SCISSOR_TEST);
+        float left, top, right, bottom;
+        if (!frame.clip(c, left, top, right, bottom)) continue;
+        if (!bindings.scissor) glEnable_(GL_SCISSOR_TEST);
+        bindings.scissor = true;
         // Truncating the low edges and rounding up the high ones keeps every touched pixel.
-        const int x = static_cast<int>(left);
-        const int y = static_cast<int>(fh - bottom);
-        glScissor_(x, y, static_cast<int>(right + .999f) - x, static_cast<int>((fh - top) + .999f) - y);
+        const Area box{static_cast<int>(left), static_cast<int>(fh - bottom), static_cast<int>(right + .999f),
+                       static_cast<int>((fh - top) + .999f)};
 
-        const int slot = kind == 0 ? 0 : kind == 2 ? 2 : 1;
-        const MaterialUniforms& u = *tables[slot];
-        if (programs[slot] != current) {
-            current = programs[slot];
-            glUseProgram_(current);
-            glUniform2f_(u.view, logical_width, logical_height);
-        }
-        if (uploaded[slot] != generation) {
-            glUniform1i_(u.clip_count, clips.depth);
-            if (clips.depth != 0) {
-                glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
-                glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
-                glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
-                glUniform4fv_(u.clip_info, clips.depth, clips.info);
-            }
-            uploaded[slot] = generation;
-        }
-        set4(u.rect, c + 1);
-        glUniform1i_(u.kind, kind);
-        glUniform4f_(u.extra, c[10], c[11], c[12], 0);
-        set4(u.ink, c + 6);
-        glUniform1f_(u.radius, c[5]);
-        set4(u.corner_radii, c + 28);
-        set4(u.corner_handles, c + 32);
-        glUniform4f_(u.quality, c[27], c[44], c[45], 0);
         if (kind == 0) {
-            glActiveTexture_(GL_TEXTURE0);
-            glBindTexture_(GL_TEXTURE_2D, scene_tex);
-            glActiveTexture_(GL_TEXTURE0 + 1);
-            glBindTexture_(GL_TEXTURE_2D, blurred);
-            glUniform4f_(u.optics, c[23], c[26], sigma > .01f ? c[22] : 0.0f, c[5]);
-            glUniform4f_(u.material, c[25], c[24], 0, 0);
-            glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
-            set4(u.highlight, c + 36);
-            set4(u.shadow, c + 40);
+            bindings.bind(0, scene_tex);
+            bindings.bind(1, blurred);
         } else if (kind == 2) {
             GLuint texture = 0;
             std::memcpy(&texture, c + 17, sizeof texture);
-            glActiveTexture_(GL_TEXTURE0);
-            glBindTexture_(GL_TEXTURE_2D, texture);
-            set4(u.tex_rect, c + 13);
+            bindings.bind(0, texture);
         }
-        glDrawArrays_(GL_TRIANGLES, 0, 6);
+        const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
+        float bounds[4];
+        fragment_bounds(c, left, top, right, bottom, frame.sx, frame.sy, bounds);
+        const int clip_variant = clips.variant_for(bounds, clip_margin);
+        ++command_serial;
+        auto draw = [&](int variant, const Area* piece) {
+            Material& m = material(stage, clip_variant | variant);
+            const MaterialUniforms& u = m.u;
+            if (m.program != current) {
+                current = m.program;
+                glUseProgram_(current);
+                glUniform2f_(u.view, logical_width, logical_height);
+            }
+            if (m.u.clip_count >= 0 && m.clip_serial != clip_serial) { // a variant without clips has none
+                glUniform1i_(u.clip_count, clips.depth);
+                if (clips.depth != 0) {
+                    glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
+                    glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
+                    glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
+                    glUniform4fv_(u.clip_info, clips.depth, clips.info);
+                }
+                m.clip_serial = clip_serial;
+            }
+            if (m.command_serial != command_serial) {
+                upload_command(u, c, sigma > .01f ? c[22] : 0.0f, pointer_x, pointer_y);
+                m.command_serial = command_serial;
+            }
+            if (piece) piece->scissor();
+            glDrawArrays_(GL_TRIANGLES, 0, 6);
+        };
+        const int corner = (kind == 0 || kind == 1) && c[44] > .5f ? variant_cubic : 0;
+        const int common = kind == 1 || (kind == 2 && !(c[11] > .5f)) ? variant_common : 0;
+        const float inside = kind == 0 ? glass_inside(c, frame.sx, frame.sy) : 0.0f;
+        Pieces pieces;
+        if ((corner == 0 && kind != 0) ||
+            !split_surface(c, frame.sx, frame.sy, height, box, common, corner, inside, pieces)) {
+            box.scissor();
+            draw(common | corner, nullptr);
+            continue;
+        }
+        for (int p = 0; p < pieces.count; ++p) draw(pieces.variant[p], &pieces.at[p]);
     }
 
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);

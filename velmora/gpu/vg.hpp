@@ -47,7 +47,8 @@ extern const char* const velmora_shaders[vg_shader_count];
 // ---- device ------------------------------------------------------------------------------
 
 // Loads the system OpenGL library, resolves the entry points, checks for OpenGL 3.3, builds
-// the five programs and the internal objects. `shaders` points at seven texts in the order of
+// the five programs (the glass, shape and glyph ones also in cheaper variants, parts of them
+// switched off) and the internal objects. `shaders` points at seven texts in the order of
 // velmora_shaders. Returns 1, or 0 with the reason in vg_error; a second vg_open while open
 // fails and leaves the open device untouched. A failure leaves nothing loaded or created.
 // Needs: a current context. GL state: the saved state is restored.
