@@ -7,9 +7,12 @@
 #include "velmora/platform/window.hpp"
 
 #include <windows.h>
+// after windows.h, which it needs
+#include <GL/gl.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -48,14 +51,35 @@ protected:
 TEST_F(WindowWin32, HiddenWindowHasTheRequestedClientSizeAndOneClass) {
     EXPECT_EQ(window->width(), 320);
     EXPECT_EQ(window->height(), 200);
-    EXPECT_TRUE(IsWindowVisible(handle)); // shown, only off the desktop
+    EXPECT_FALSE(IsWindowVisible(handle)); // it draws offscreen
     wchar_t name[64]{};
     GetClassNameW(handle, name, 64);
     EXPECT_STREQ(name, L"VelmoraUI.Cpp.0.1");
 
-    // A second window reuses the one registered class.
+    // Larger than the screen, a hidden window keeps its size and draws every pixel of it.
     WindowOptions options;
     options.visible = false;
+    options.width = GetSystemMetrics(SM_CXVIRTUALSCREEN) + 300;
+    options.height = GetSystemMetrics(SM_CYVIRTUALSCREEN) + 200;
+    {
+        Window large(options);
+        ASSERT_EQ(large.width(), options.width);
+        ASSERT_EQ(large.height(), options.height);
+        glClearColor(0, 1, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
+        std::uint8_t near_corner[4]{}, far_corner[4]{};
+        glReadBuffer(GL_BACK);
+        glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, near_corner);
+        glReadPixels(options.width - 1, options.height - 1, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, far_corner);
+        EXPECT_EQ(near_corner[1], 255);
+        EXPECT_EQ(far_corner[0], 0);
+        EXPECT_EQ(far_corner[1], 255);
+        large.swap();
+    }
+
+    // A second window reuses the one registered class.
+    options.width = 64;
+    options.height = 16384;
     EXPECT_NO_THROW(Window second(options));
 }
 

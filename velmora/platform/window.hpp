@@ -3,8 +3,9 @@
 // The constructor creates the window and a double-buffered OpenGL 3.3 context (8 alpha, 24
 // depth, 8 stencil bits) and leaves that context current. `poll` condenses the events of a
 // frame into one `Input` record; `swap` presents. A window that is not `visible` still has a
-// real back buffer of the requested size, so unattended rendering and read-back work; on a
-// machine without a display it renders through a headless driver.
+// real back buffer of the requested size, so unattended rendering and read-back work; it is
+// offscreen and never shown, so any size works on any screen. On a machine without a display
+// it renders through a headless driver.
 //
 // A Window belongs to the thread that made it: every call but construction and destruction
 // throws std::logic_error "Window used from another thread" elsewhere, and destroying it from

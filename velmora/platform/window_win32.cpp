@@ -1,5 +1,9 @@
 // Window on Win32 with a WGL context: messages into Input, clipboard, input methods.
 //
+// A hidden window is never shown: its context draws into a double-buffered pbuffer of the
+// requested size, so unattended rendering neither depends on the screen's size nor reads
+// back pixels of a window the system has clipped, covered or not yet mapped.
+//
 //   look-ups            entry points that older systems lack, found at run time
 //   class               the window class, registered once per process
 //   clipboard           reading CF_UNICODETEXT
@@ -13,7 +17,8 @@
 #include "velmora/platform/wstring_win32.hpp"
 
 #include <windows.h>
-// after windows.h, which it needs
+// after windows.h, which they need
+#include <GL/gl.h>
 #include <imm.h>
 
 #include <algorithm>
@@ -46,6 +51,12 @@ using SetAwareness = BOOL(WINAPI*)(HANDLE);
 using DpiForWindow = UINT(WINAPI*)(HWND);
 using CreateContextAttribs = HGLRC(WINAPI*)(HDC, HGLRC, const int*);
 using SwapInterval = BOOL(WINAPI*)(int);
+using ChoosePixelFormatArb = BOOL(WINAPI*)(HDC, const int*, const FLOAT*, UINT, int*, UINT*);
+DECLARE_HANDLE(HPBUFFERARB);
+using CreatePbuffer = HPBUFFERARB(WINAPI*)(HDC, int, int, int, const int*);
+using GetPbufferDC = HDC(WINAPI*)(HPBUFFERARB);
+using ReleasePbufferDC = int(WINAPI*)(HPBUFFERARB, HDC);
+using DestroyPbuffer = BOOL(WINAPI*)(HPBUFFERARB);
 
 // DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2; older headers lack the name.
 const HANDLE per_monitor_aware_v2 = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-4));
@@ -55,6 +66,19 @@ constexpr int wgl_context_minor_version = 0x2092;
 constexpr int wgl_context_profile_mask = 0x9126;
 constexpr int wgl_context_core_profile = 0x1;
 constexpr int wgl_context_compatibility_profile = 0x2;
+
+// WGL_ARB_pixel_format attributes and values, for the pbuffer's format.
+constexpr int wgl_draw_to_pbuffer = 0x202D;
+constexpr int wgl_support_opengl = 0x2010;
+constexpr int wgl_double_buffer = 0x2011;
+constexpr int wgl_pixel_type = 0x2013;
+constexpr int wgl_type_rgba = 0x202B;
+constexpr int wgl_red_bits = 0x2015;
+constexpr int wgl_green_bits = 0x2017;
+constexpr int wgl_blue_bits = 0x2019;
+constexpr int wgl_alpha_bits = 0x201B;
+constexpr int wgl_depth_bits = 0x2022;
+constexpr int wgl_stencil_bits = 0x2023;
 
 // ---- class ------------------------------------------------------------------
 
@@ -95,9 +119,21 @@ struct Window::Impl : WindowState {
     HGLRC previous_context = nullptr;
     char16_t pending_high = 0;
 
+    // A hidden window's drawing surface and its size; the entry points that free it.
+    HPBUFFERARB pbuffer = nullptr;
+    HDC pbuffer_dc = nullptr;
+    int pbuffer_width = 0;
+    int pbuffer_height = 0;
+    ReleasePbufferDC release_pbuffer_dc = nullptr;
+    DestroyPbuffer destroy_pbuffer = nullptr;
+
     ~Impl();
     void create(const WindowOptions& options);
-    void make_context();
+    void make_context(const WindowOptions& options);
+    void make_pbuffer(int width, int height);
+    // Where the context draws: the pbuffer of a hidden window, else the window itself.
+    HDC surface() const { return pbuffer_dc ? pbuffer_dc : dc; }
+    SIZE client_size() const;
     void character(char16_t unit);
     void key_down(unsigned code);
     void modifiers(bool press);
@@ -152,19 +188,15 @@ void Window::Impl::create(const WindowOptions& options) {
 
     dc = GetDC(window);
     if (!dc) platform_error("GetDC");
-    make_context();
+    make_context(options);
 
     // Input methods stay off until a field asks for text.
     ImmAssociateContextEx(window, nullptr, 0);
 
-    if (options.visible) {
-        ShowWindow(window, SW_SHOW);
-        UpdateWindow(window);
-    } else {
-        // Off the desktop but shown: a real back buffer for unattended rendering.
-        SetWindowPos(window, nullptr, -10000, -10000, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-        ShowWindow(window, SW_SHOWNOACTIVATE);
-    }
+    // A hidden window stays unshown: it draws into its pbuffer, whose size is its own.
+    if (!options.visible) return;
+    ShowWindow(window, SW_SHOW);
+    UpdateWindow(window);
 
     RECT client{};
     GetClientRect(window, &client);
@@ -178,7 +210,7 @@ void Window::Impl::create(const WindowOptions& options) {
     }
 }
 
-void Window::Impl::make_context() {
+void Window::Impl::make_context(const WindowOptions& options) {
     PIXELFORMATDESCRIPTOR pfd{};
     pfd.nSize = sizeof pfd;
     pfd.nVersion = 1;
@@ -194,6 +226,8 @@ void Window::Impl::make_context() {
 
     context = wglCreateContext(dc);
     if (!context || !wglMakeCurrent(dc, context)) platform_error("Create WGL context");
+    // The pbuffer's entry points are found through this first, current context.
+    if (!options.visible) make_pbuffer(options.width, options.height);
 
     // The legacy context may already be 3.3 or newer; the backend's version check decides.
     // A 3.3 compatibility context is preferred, for hosts that mix in fixed-function GL, and
@@ -207,15 +241,15 @@ void Window::Impl::make_context() {
                                       wgl_context_profile_mask,
                                       profile,
                                       0};
-            HGLRC modern = create_attribs(dc, nullptr, attributes);
+            HGLRC modern = create_attribs(surface(), nullptr, attributes);
             if (!modern) continue;
-            if (wglMakeCurrent(dc, modern)) {
+            if (wglMakeCurrent(surface(), modern)) {
                 wglDeleteContext(context);
                 context = modern;
                 break;
             }
             wglDeleteContext(modern);
-            wglMakeCurrent(dc, context);
+            wglMakeCurrent(surface(), context);
         }
     }
 
@@ -223,10 +257,66 @@ void Window::Impl::make_context() {
         interval(1); // where the driver refuses, presentation simply doesn't wait
 }
 
+// The pbuffer has the window's pixel layout: double-buffered RGBA8 with depth and stencil,
+// so drawing to and reading from GL_BACK work as on a shown window. The context moves to it.
+void Window::Impl::make_pbuffer(int width, int height) {
+    const auto choose = wgl_lookup<ChoosePixelFormatArb>("wglChoosePixelFormatARB");
+    const auto create_pbuffer = wgl_lookup<CreatePbuffer>("wglCreatePbufferARB");
+    const auto get_dc = wgl_lookup<GetPbufferDC>("wglGetPbufferDCARB");
+    release_pbuffer_dc = wgl_lookup<ReleasePbufferDC>("wglReleasePbufferDCARB");
+    destroy_pbuffer = wgl_lookup<DestroyPbuffer>("wglDestroyPbufferARB");
+    if (!choose || !create_pbuffer || !get_dc || !release_pbuffer_dc || !destroy_pbuffer)
+        system_error("Offscreen surface", "the driver offers no WGL_ARB_pbuffer");
+    const int attributes[] = {wgl_draw_to_pbuffer,
+                              1,
+                              wgl_support_opengl,
+                              1,
+                              wgl_double_buffer,
+                              1,
+                              wgl_pixel_type,
+                              wgl_type_rgba,
+                              wgl_red_bits,
+                              8,
+                              wgl_green_bits,
+                              8,
+                              wgl_blue_bits,
+                              8,
+                              wgl_alpha_bits,
+                              8,
+                              wgl_depth_bits,
+                              24,
+                              wgl_stencil_bits,
+                              8,
+                              0};
+    int format = 0;
+    UINT count = 0;
+    if (!choose(dc, attributes, nullptr, 1, &format, &count) || count == 0)
+        system_error("Offscreen surface", "no double-buffered pbuffer format");
+    const int no_attributes[] = {0};
+    pbuffer = create_pbuffer(dc, format, width, height, no_attributes);
+    if (!pbuffer) platform_error("Offscreen surface");
+    pbuffer_dc = get_dc(pbuffer);
+    if (!pbuffer_dc) platform_error("Offscreen surface");
+    pbuffer_width = width;
+    pbuffer_height = height;
+
+    HGLRC own = wglCreateContext(pbuffer_dc);
+    if (!own || !wglMakeCurrent(pbuffer_dc, own)) {
+        if (own) wglDeleteContext(own);
+        platform_error("Create WGL context");
+    }
+    wglDeleteContext(context);
+    context = own;
+}
+
 Window::Impl::~Impl() {
     if (context) {
         if (wglGetCurrentContext() == context) wglMakeCurrent(nullptr, nullptr);
         wglDeleteContext(context);
+    }
+    if (pbuffer) {
+        if (pbuffer_dc) release_pbuffer_dc(pbuffer, pbuffer_dc);
+        destroy_pbuffer(pbuffer);
     }
     if (previous_context) wglMakeCurrent(previous_dc, previous_context);
     if (window) {
@@ -440,6 +530,11 @@ bool Window::wait(double seconds) {
 
 void Window::swap() {
     impl_->check();
+    // Nothing presents a pbuffer; its frames are read back before the swap.
+    if (impl_->pbuffer) {
+        glFlush();
+        return;
+    }
     if (!SwapBuffers(impl_->dc)) platform_error("SwapBuffers");
 }
 
@@ -448,18 +543,21 @@ void Window::close() {
     impl_->open = false;
 }
 
+SIZE Window::Impl::client_size() const {
+    if (pbuffer) return {pbuffer_width, pbuffer_height};
+    RECT client{};
+    GetClientRect(window, &client);
+    return {client.right - client.left, client.bottom - client.top};
+}
+
 int Window::width() const {
     impl_->check();
-    RECT client{};
-    GetClientRect(impl_->window, &client);
-    return client.right - client.left;
+    return impl_->client_size().cx;
 }
 
 int Window::height() const {
     impl_->check();
-    RECT client{};
-    GetClientRect(impl_->window, &client);
-    return client.bottom - client.top;
+    return impl_->client_size().cy;
 }
 
 float Window::dpi_scale() const {

@@ -7,6 +7,9 @@
 // the installed faces are tried in turn, the CJK UI faces first and then the one that served
 // last, and the answer is kept per code point. Glyphs of all faces share the primary font's
 // baseline and line height.
+//
+// The CJK faces are named, not left to the alphabet: a package that brings another CJK font
+// (Droid Sans Fallback, say) would otherwise take over every CJK glyph from the next run on.
 #include "velmora/renderer/rasterizer.hpp"
 
 #include "velmora/platform/error.hpp"
@@ -145,7 +148,8 @@ int CALLBACK collect_face(const LOGFONTW* logical, const TEXTMETRICW*, DWORD, LP
     return 1;
 }
 
-// The installed families, the usual CJK and symbol UI faces of Windows first.
+// The installed families: the usual CJK and symbol UI faces of Windows first, then the CJK
+// face the Linux build falls back to, which is what Wine has.
 std::vector<std::wstring> installed_faces(HDC dc) {
     std::vector<std::wstring> found;
     LOGFONTW query{};
@@ -156,7 +160,7 @@ std::vector<std::wstring> installed_faces(HDC dc) {
     std::vector<std::wstring> ordered;
     for (const wchar_t* preferred :
          {L"Microsoft YaHei UI", L"Microsoft YaHei", L"Microsoft JhengHei UI", L"SimSun", L"Yu Gothic UI",
-          L"Malgun Gothic", L"Segoe UI Symbol", L"Segoe UI Emoji"}) {
+          L"Malgun Gothic", L"Segoe UI Symbol", L"Segoe UI Emoji", L"WenQuanYi Micro Hei"}) {
         auto at = std::find(found.begin(), found.end(), preferred);
         if (at == found.end()) continue;
         ordered.push_back(*at);
