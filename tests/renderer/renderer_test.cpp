@@ -97,7 +97,7 @@ TEST_F(RendererTest, RenderNeedsTheCanvasBegunHereWithItsClipsClosedAndReportsTh
     EXPECT_EQ(thrown<std::logic_error>([&] { renderer->render(canvas, size, size, {}, 0, vg_back_buffer); }),
               "Unbalanced shaped clip pushes");
     canvas.pop_clip();
-    canvas.add(99, {0, 0, 1, 1}, 0); // a kind the backend doesn't know: its error comes back
+    canvas.add(1, {0, 0, 1, 1}, 0).slot[0] = NAN; // a kind the backend refuses: its error comes back
     EXPECT_THROW(renderer->render(canvas, size, size, {}, 0, vg_back_buffer), std::runtime_error);
 }
 

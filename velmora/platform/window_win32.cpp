@@ -583,9 +583,9 @@ void Window::text_input(bool on) {
     if (!on) impl_->end_composition();
 }
 
-void Window::text_input_rect(Rect caret) {
+void Window::text_input_rect(Rect area) {
     impl_->check();
-    const Rect r = WindowState::caret_area(caret);
+    const Rect r = WindowState::caret_area(area);
     HIMC context = ImmGetContext(impl_->window);
     if (!context) return; // input methods are off
     const float s = impl_->dpi_scale;
