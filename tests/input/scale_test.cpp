@@ -87,12 +87,12 @@ TEST_F(Scaled, TheWindowKeepsItsLogicalSizeAndItsTextIsAsSharpAsAtScale1) {
 
     const auto text = [this](const ui::Input&) {
         canvas.fill({40, 40, 400, 60}, 0xFFFFFFFF, 0);
-        canvas.text("Sharp edges 清晰", {50, 80}, 18, 0xFF000000, 400);
+        canvas.text("Sharp edges 清晰", {50, 64}, 18, 0xFF000000, 400);
     };
     const ui::Pixels at_scale = draw(text);
     const ui::Pixels at_1 = draw(text, 1280, 800);
-    const double sharp = sharpness(at_scale, 50 * s, 50 * s, 380 * s, 40 * s);
-    const double reference = sharpness(at_1, 50, 50, 380, 40);
+    const double sharp = sharpness(at_scale, 45 * s, 45 * s, 390 * s, 50 * s);
+    const double reference = sharpness(at_1, 45, 45, 390, 50);
     EXPECT_GT(reference, 0.2);
     EXPECT_GT(sharp, 0.8 * reference) << sharp << " against " << reference << " at scale 1";
 }

@@ -154,7 +154,7 @@ bool wayland_usable() {
         const char* asked = SDL_GetHint(SDL_HINT_VIDEODRIVER);
         if (asked ? !std::strstr(asked, "wayland") : std::getenv("DISPLAY") != nullptr) return true;
         if (survives_in_child([] { return SDL_VideoInit("wayland") == 0; })) return true;
-        std::fprintf(stderr, "VelmoraUI: SDL's Wayland video driver crashed on start-up; using %s\n",
+        std::fprintf(stderr, "VelmoraUI: SDL's Wayland video driver crashed or hung on start-up; using %s\n",
                      std::getenv("DISPLAY") ? "X11" : "the offscreen driver for hidden windows");
         return false;
     }();
@@ -171,7 +171,7 @@ void start_video(bool visible) {
             SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "x11", SDL_HINT_OVERRIDE);
         else if (visible)
             system_error("No display",
-                         "the Wayland video driver crashed on start-up and there is no X display");
+                         "the Wayland video driver crashed or hung on start-up and there is no X display");
         else
             reachable = false;
     }
