@@ -276,7 +276,7 @@ TEST_F(RealInput, ARightClickOpensTheContextMenuAndEscapeClosesIt) {
 
 // The input method takes the keys: "nihao" is composed inline, never typed, and reaches the
 // value only when committed.
-TEST_F(RealInput, PinyinComposesAtTheCaretCommitsAsOneEditAndEscapeCancels) {
+TEST_F(RealInput, PinyinComposesInlineCommitsAsOneEditAndEscapeCancels) {
     if (!std::getenv("VELMORA_TEST_IME")) GTEST_SKIP() << "needs ibus with libpinyin (run-ibus)";
     g->focus_field("ab");
     g->act("type --delay 30 nihao");
