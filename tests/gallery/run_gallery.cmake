@@ -2,6 +2,8 @@
 # runs twice, in two processes, and every PNG of the second run must match the first byte for byte.
 #   cmake -DGALLERY=<exe> -DMODE=smoke|render-all -DOUT=<dir> -DWORKDIR=<dir> -P run_gallery.cmake
 #   -DEMULATOR=<program> runs a cross-built gallery through it (Wine, which needs the display).
+#   -DREFERENCE=<dir> runs render-all once and compares it with the pictures in <dir> instead,
+#   outside text (scripts/compare-renders): another video driver must draw what headless does.
 file(REMOVE_RECURSE "${OUT}")
 if(EMULATOR)
     set(launch ${EMULATOR} "${GALLERY}")
@@ -38,7 +40,13 @@ if(MODE STREQUAL "render-all")
     endforeach()
 endif()
 
-if(MODE STREQUAL "render-all")
+if(MODE STREQUAL "render-all" AND REFERENCE)
+    execute_process(COMMAND python3 "${WORKDIR}/scripts/compare-renders" "${REFERENCE}" "${OUT}/renders" --max-share 0
+                    RESULT_VARIABLE differ OUTPUT_VARIABLE report)
+    if(NOT differ EQUAL 0)
+        message(FATAL_ERROR "the pictures differ from ${REFERENCE}:\n${report}")
+    endif()
+elseif(MODE STREQUAL "render-all")
     run_gallery("${OUT}/again")
     file(GLOB pictures RELATIVE "${OUT}/renders" "${OUT}/renders/*.png")
     foreach(name ${pictures})

@@ -5,7 +5,8 @@
 // run: everything the action sent arrives in one poll, as it does on a slow frame. So a chord
 // pressed and let go within one frame is what every key test here sends.
 //
-// Needs DISPLAY (run it through tests/support/run-x11), xdotool and xclip.
+// Needs DISPLAY (run it through tests/support/run-x11), xdotool and xclip. The input-method
+// case also needs ibus with the libpinyin engine (tests/support/run-ibus) and skips without it.
 #include "velmora/core/canvas.hpp"
 #include "velmora/platform/window.hpp"
 #include "velmora/renderer/renderer.hpp"
@@ -113,10 +114,19 @@ struct Gallery {
         scene.frame(canvas, window.input(), now += 0.05);
         renderer.render(canvas, width, height, window.input().mouse, 0, back_buffer);
         window.text_input(scene.wants_text_input());
+        if (const ui::Rect caret = scene.text_input_rect(); caret.h > 0) window.text_input_rect(caret);
         window.swap();
     }
     void frames(int n) {
         for (int i = 0; i < n; ++i) frame();
+    }
+    // Frames until `done` holds, for what arrives from another process at its own pace.
+    template <class Done> bool until(Done done) {
+        for (int i = 0; i < 100 && !done(); ++i) {
+            std::this_thread::sleep_for(20ms);
+            frame();
+        }
+        return done();
     }
 
     // Runs xdotool to the end, waits for the X server to deliver, then lets frames take it in.
@@ -262,6 +272,34 @@ TEST_F(RealInput, ARightClickOpensTheContextMenuAndEscapeClosesIt) {
     EXPECT_EQ(g->scene.overlays().back().widget, g->menu);
     g->act("key Escape");
     EXPECT_TRUE(g->scene.overlays().empty());
+}
+
+// The input method takes the keys: "nihao" is composed inline, never typed, and reaches the
+// value only when committed.
+TEST_F(RealInput, PinyinComposesInlineCommitsAsOneEditAndEscapeCancels) {
+    if (!std::getenv("VELMORA_TEST_IME")) GTEST_SKIP() << "needs ibus with libpinyin (run-ibus)";
+    g->focus_field("ab");
+    g->act("type --delay 30 nihao");
+    const auto composing = [this] { return g->field->composition().text; };
+    ASSERT_TRUE(g->until([&] { return composing() == "你好"; })) << g->field->value();
+    EXPECT_EQ(g->field->value(), "ab");
+    g->move(100, 500);
+    g->move(120, 520);
+    EXPECT_EQ(composing(), "你好");
+
+    g->act("key space");
+    ASSERT_TRUE(g->until([&] { return g->field->value() == "ab你好"; })) << g->field->value();
+    EXPECT_EQ(composing(), "");
+    g->act("key ctrl+z");
+    EXPECT_EQ(g->field->value(), "ab");
+
+    g->act("type --delay 30 ni");
+    ASSERT_TRUE(g->until([&] { return !composing().empty(); }));
+    g->act("key Escape");
+    EXPECT_TRUE(g->until([&] { return composing().empty(); }));
+    g->frames(3);
+    EXPECT_EQ(g->field->value(), "ab");
+    EXPECT_EQ(g->scene.focus().get(), g->field.get());
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 //   platform_error        the SDL form of a system failure
 //   keys                  SDL key symbols to virtual-key codes, one table
 //   video start-up        a display when one can be reached, else the headless EGL driver;
-//                         the window class name
+//                         the Wayland driver tried in a child first; the window class name
 //   event routing         several windows share SDL's one queue
 //   Impl                  the window's state and the event rules
 //   Window                the public calls
@@ -15,8 +15,16 @@
 
 #include <SDL.h>
 
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <mutex>
 #include <stdexcept>
@@ -114,11 +122,62 @@ bool headless_driver() {
     return driver && (std::string_view(driver) == "offscreen" || std::string_view(driver) == "dummy");
 }
 
+// Whether `start` returns in a child process, within five seconds. The child only runs `start`
+// and leaves through _exit, touching nothing of ours, with a status of its own: a crash
+// handler (a sanitizer's, say) may turn the crash into an ordinary exit. It leaves no core file.
+bool survives_in_child(bool (*start)()) {
+    constexpr int started = 71, refused = 72;
+    const pid_t child = fork();
+    if (child < 0) return true; // no way to tell: let the real start decide
+    if (child == 0) {
+        const rlimit no_core{0, 0};
+        setrlimit(RLIMIT_CORE, &no_core);
+        _exit(start() ? started : refused);
+    }
+    int status = 0;
+    for (int i = 0; i < 100; ++i) {
+        if (waitpid(child, &status, WNOHANG) == child)
+            return WIFEXITED(status) && (WEXITSTATUS(status) == started || WEXITSTATUS(status) == refused);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    return false;
+}
+
+// SDL 2.26's Wayland driver can crash inside its own start-up (under Weston's headless
+// backend it dies of SIGSEGV on the output's first `done` event), where no error code could
+// tell us. So before SDL first tries that driver in this process, it starts it once in a
+// child; if the child dies or hangs, the driver is left out for the life of the process.
+bool wayland_usable() {
+    static const bool usable = [] {
+        if (!std::getenv("WAYLAND_DISPLAY")) return true;
+        // Unasked, SDL 2 picks X11 whenever it can reach an X display.
+        const char* asked = SDL_GetHint(SDL_HINT_VIDEODRIVER);
+        if (asked ? !std::strstr(asked, "wayland") : std::getenv("DISPLAY") != nullptr) return true;
+        if (survives_in_child([] { return SDL_VideoInit("wayland") == 0; })) return true;
+        std::fprintf(stderr, "VelmoraUI: SDL's Wayland video driver crashed or hung on start-up; using %s\n",
+                     std::getenv("DISPLAY") ? "X11" : "the offscreen driver for hidden windows");
+        return false;
+    }();
+    return usable;
+}
+
 // Starts (or joins) SDL's video. A hidden window falls back to the offscreen driver, which
 // renders through EGL without any display; a visible one needs a display.
 void start_video(bool visible) {
     const bool running = SDL_WasInit(SDL_INIT_VIDEO) != 0;
-    if (running || visible || display_reachable()) {
+    bool reachable = display_reachable();
+    if (!running && !wayland_usable()) {
+        if (std::getenv("DISPLAY"))
+            SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "x11", SDL_HINT_OVERRIDE);
+        else if (visible)
+            system_error("No display",
+                         "the Wayland video driver crashed or hung on start-up and there is no X display");
+        else
+            reachable = false;
+    }
+    if (running || visible || reachable) {
         if (SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) {
             if (visible && headless_driver()) {
                 SDL_QuitSubSystem(SDL_INIT_VIDEO);
