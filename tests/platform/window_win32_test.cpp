@@ -86,11 +86,11 @@ TEST_F(WindowWin32, HiddenWindowHasTheRequestedClientSizeAndOneClass) {
 // Win32's own encodings: signed 16-bit coordinates of a captured pointer, wheel deltas in
 // 120ths of a notch, and a lost capture that releases the held button exactly once.
 TEST_F(WindowWin32, CapturedCoordinatesWheelDeltasAndALostCapture) {
-    post(WM_MOUSEMOVE, 0, MAKELPARAM(static_cast<WORD>(-5), 40));
-    post(WM_MOUSEWHEEL, MAKEWPARAM(0, 120));
-    post(WM_MOUSEWHEEL, MAKEWPARAM(0, static_cast<WORD>(-60)));
     post(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 20));
     post(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(10, 20));
+    post(WM_MOUSEWHEEL, MAKEWPARAM(0, 120));
+    post(WM_MOUSEWHEEL, MAKEWPARAM(0, static_cast<WORD>(-60)));
+    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(static_cast<WORD>(-5), 40)); // the last position wins
     const Input& in = poll();
     const float s = window->dpi_scale();
     EXPECT_FLOAT_EQ(in.mouse.x, -5 / s);
