@@ -1,27 +1,21 @@
-// Lists and trees through whole scene frames: selection clamping, keyboard movement without
-// wrap, grid hits, painting only what is in view, tree cycles and depth, combos.
+// Lists, trees and the command palette through whole scene frames: keys without wrap,
+// activation, tree cycles and depth, folding, filtering and running commands.
 #include "../scene/frame_driver.hpp"
 
-#include "velmora/scene/scene.hpp"
-#include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/lists.hpp"
-#include "velmora/widgets/menus.hpp"
+#include "velmora/widgets/palette.hpp"
 
 #include "../thrown.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 namespace velmora::test {
 namespace {
 
-std::vector<std::string> numbered(int n) {
-    std::vector<std::string> out;
+using Strings = std::vector<std::string>;
+
+Strings numbered(int n) {
+    Strings out;
     for (int i = 0; i < n; ++i) out.push_back("item " + std::to_string(i));
     return out;
 }
@@ -44,52 +38,29 @@ struct Lists : ::testing::Test {
         scene.focus(w);
         return w;
     }
-    static ui::Vec2 at(const ui::Widget& w, float dx, float dy) {
-        return {w.screen_bounds.x + dx, w.screen_bounds.y + dy};
-    }
 };
 
-TEST_F(Lists, KeysMoveWithoutWrapScrollIntoViewAndActivate) {
-    // 180 high, padding 5: 170 of view, five 34-unit rows.
+TEST_F(Lists, KeysMoveWithoutWrapKeepTheSelectionInViewAndEnterActivates) {
     auto list = place(std::make_shared<ui::ListBox>(numbered(20)));
     run.key(ui::vk::up);
     EXPECT_EQ(list->selected(), -1); // off the top clears rather than wrapping
     run.key(ui::vk::end);
     run.key(ui::vk::down);
-    EXPECT_EQ(list->selected(), 19);
     EXPECT_FLOAT_EQ(list->scroll(), 10 + 20 * 34 - 180); // the last row in view
     std::vector<int> activated;
     list->on_item_activate = [&](int i) { activated.push_back(i); };
-    run.key(ui::vk::home);
-    run.key(ui::vk::page_up);
+    list->select(-1);
     run.key(ui::vk::enter); // nothing selected: nothing to activate
     list->select(3);
     run.key(ui::vk::enter);
-    int selects = 0;
-    list->on_select = [&](int) { ++selects; };
-    run.click(at(*list, 40, 5 + 2 * 34 + 5)); // a double press selects once and activates once
-    run.click(at(*list, 40, 5 + 2 * 34 + 5));
-    EXPECT_EQ(selects, 1);
-    EXPECT_EQ(activated, (std::vector<int>{3, 2}));
-}
-
-// A last row only partly filled still gets its whole height in the scroll range.
-TEST(Grids, ScrollFarEnoughForAPartlyFilledLastRow) {
-    const auto max_scroll = [](int items) {
-        ui::GridView grid(numbered(items), 3);
-        grid.bounds = {0, 0, 310, 100};
-        return grid.max_scroll();
-    };
-    EXPECT_EQ(max_scroll(7), max_scroll(9));
-    EXPECT_LT(max_scroll(6), max_scroll(7));
+    EXPECT_EQ(activated, (std::vector<int>{3}));
 }
 
 TEST(Trees, RefuseCyclesRepeatsAndDepthOver128) {
     auto a = std::make_shared<ui::TreeNode>("a");
     EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(a); }), "Tree cycle");
     // One node under two parents of one subtree counts as a cycle.
-    auto shared = std::make_shared<ui::TreeNode>("shared");
-    auto p = chain(0), left = chain(0), right = chain(0);
+    auto shared = chain(0), p = chain(0), left = chain(0), right = chain(0);
     left->node(shared);
     right->node(shared);
     p->node(left);
@@ -97,36 +68,64 @@ TEST(Trees, RefuseCyclesRepeatsAndDepthOver128) {
     EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(p); }), "Tree cycle/depth");
     a->node(chain(128));
     EXPECT_EQ(thrown<std::invalid_argument>([&] { a->node(chain(129)); }), "Tree cycle/depth");
-    ui::TreeView view;
-    auto top = chain(128); // made too deep behind node()'s back
-    auto leaf = top;
-    while (!leaf->child_nodes.empty()) leaf = leaf->child_nodes.front();
-    leaf->child_nodes.push_back(std::make_shared<ui::TreeNode>("129"));
-    EXPECT_EQ(thrown<std::logic_error>([&] { view.root(top); }), "Tree cycle/depth");
-    EXPECT_THROW(view.rows(), std::logic_error); // a bad root stays
 }
 
-TEST_F(Lists, TreeKeysExpanderAndHiddenSelection) {
+TEST_F(Lists, TreeKeysFoldAndUnfoldAndAHiddenNodeCannotBeSelected) {
     auto view = std::make_shared<ui::TreeView>();
-    auto fruit = std::make_shared<ui::TreeNode>("Fruit");
-    auto apple = std::make_shared<ui::TreeNode>("Apple");
-    auto veg = std::make_shared<ui::TreeNode>("Veg");
+    auto fruit = std::make_shared<ui::TreeNode>("Fruit"), apple = std::make_shared<ui::TreeNode>("Apple");
     fruit->node(apple);
     view->root(fruit);
-    view->root(veg);
     place(view);
     view->select(apple);
-    run.key(ui::vk::down);
-    run.key(ui::vk::down); // stops at the last row
-    EXPECT_EQ(view->selected(), veg);
-    EXPECT_FALSE(apple->selected);
     run.key(ui::vk::home);
+    EXPECT_FALSE(apple->selected);
     run.key(ui::vk::left); // folds; doesn't move
     EXPECT_FALSE(fruit->expanded);
-    EXPECT_EQ(thrown<std::logic_error>([&] { view->select(apple); }), "Node not visible in tree");
-    run.click(at(*view, 20, 6 + 10)); // a press left of a parent's label flips it and selects it
-    EXPECT_TRUE(fruit->expanded);
     EXPECT_EQ(view->selected(), fruit);
+    EXPECT_EQ(thrown<std::logic_error>([&] { view->select(apple); }), "Node not visible in tree");
+    run.key(ui::vk::right);
+    EXPECT_TRUE(fruit->expanded);
+}
+
+TEST_F(Lists, PaletteFiltersAndRunsACommandAfterClosingEvenOneThatDestroysIt) {
+    auto palette = std::make_shared<ui::CommandPalette>();
+    Strings ran;
+    bool open_while_running = true;
+    for (const char* title : {"Open File", "Save file", "Close window", "打开设置", "Éditer"})
+        palette->command(title, [&, title] {
+            ran.push_back(title);
+            open_while_running = !scene.overlays().empty();
+        });
+    palette->command("Quit palette", [&] {
+        scene.command_palette(nullptr);
+        palette.reset();
+    });
+    scene.command_palette(palette);
+    const std::pair<std::string, Strings> cases[] = {
+        {"FILE", {"Open File", "Save file"}},
+        {"éditer", {}}, // É and é differ in their bytes: only ASCII folds
+        {"ÉDITER", {"Éditer"}},
+        {"E W", {"Close window"}},
+        {"cw", {}}, // a subsequence isn't enough
+    };
+    for (const auto& [query, expected] : cases) {
+        palette->search(query);
+        EXPECT_EQ(palette->list->items, expected) << query;
+        EXPECT_EQ(palette->matches.size(), expected.size()) << query;
+    }
+    palette->search("");
+    run.key('K', true);
+    run.frame(); // for the palette to hand the focus to its query
+    for (unsigned k : {ui::vk::down, ui::vk::down, ui::vk::enter}) run.key(k);
+    EXPECT_EQ(ran, (Strings{"Close window"}));
+    EXPECT_FALSE(open_while_running);
+    run.key('K', true);
+    run.frame();
+    std::weak_ptr<ui::CommandPalette> watch = palette;
+    run.type("quit");
+    run.key(ui::vk::enter);
+    EXPECT_TRUE(watch.expired());
+    EXPECT_TRUE(scene.overlays().empty());
 }
 
 } // namespace

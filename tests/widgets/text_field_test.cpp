@@ -1,147 +1,172 @@
-// TextField: editing, history, caret and selection, pointer and keys, painting, composition.
-#include "field_harness.hpp"
+// TextField and the fields built on it: code points and words, clipboard rules, history, pointer
+// selection, masking, input-method composition, and what each derived field changes.
+// Without a renderer every code point is 0.6 em wide, 8.4 units at the default font size.
+#include "../scene/frame_driver.hpp"
 
+#include "velmora/widgets/containers.hpp"
+#include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/text_field.hpp"
-
-#include "../thrown.hpp"
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-#include <string>
+#include <tuple>
 
 namespace velmora::test {
 namespace {
 
-using Single = FieldScene<ui::TextField>;
-constexpr ui::Rect line_box{20, 20, 300, 36};
+using Strings = std::vector<std::string>;
+constexpr ui::Rect box{20, 20, 300, 36};
 
-struct Area : Single {
-    explicit Area(std::string text) : Single({20, 20, 300, 140}, std::move(text)) {
-        field->multi_line = true;
+template <class Field> struct FieldScene {
+    ui::Scene scene;
+    FrameDriver run{scene};
+    std::shared_ptr<Field> field;
+    Strings clipboard;
+    int changes = 0;
+
+    template <class... Args> explicit FieldScene(Args&&... args) {
+        field = scene.root()->emplace<Field>(std::forward<Args>(args)...);
+        field->bounds = box;
+        field->on_change = [this](ui::Widget&) { ++changes; };
+        scene.clipboard([this](const std::string& s) { clipboard.push_back(s); });
+        run.frame();
+        scene.focus(field);
+    }
+    // Ctrl+A, Ctrl+C and Ctrl+X, each marked as the platform marks it.
+    void select_copy_cut() {
+        for (auto mark : {&ui::Input::select_all, &ui::Input::copy, &ui::Input::cut}) run.mark(mark);
     }
 };
+using Single = FieldScene<ui::TextField>;
 
-TEST(TextFieldEditing, TypesAndDeletesWholeCodePointsAndWords) {
-    Single s(line_box);
-    s.run.click(s.at(0));
+TEST(TextFieldEditing, DeletesWholeCodePointsAndWordsAndANewEditDropsTheRedo) {
+    Single s;
     s.run.type("ab");
     s.run.type("你好");
-    EXPECT_EQ(s.field->caret, 8u);
-    EXPECT_EQ(s.changes, 2);
-    s.key(8); // all three bytes of 好
-    s.key(37);
-    s.key(46);
+    s.run.key(8); // all three bytes of 好
+    EXPECT_EQ(s.field->value(), "ab你");
+    EXPECT_EQ(s.changes, 3);
+    s.run.mark(&ui::Input::undo); // the mark alone, as a menu command sends it
+    s.run.mark(&ui::Input::undo);
     EXPECT_EQ(s.field->value(), "ab");
+    s.run.mark(&ui::Input::redo);
+    EXPECT_EQ(s.field->value(), "ab你好");
+    s.run.type("x");
+    EXPECT_TRUE(s.field->redo_stack.empty());
     s.field->value("hello 世界 ok");
-    s.key(8, true);
-    EXPECT_EQ(s.field->value(), "hello 世界 ");
-    s.key(8, true); // a run of Chinese text is one word
+    s.run.key(8, true);
+    s.run.key(8, true); // a run of Chinese text is one word
     EXPECT_EQ(s.field->value(), "hello ");
 }
 
-TEST(TextFieldEditing, ReadOnlyCopiesButMaskedNeverReachesTheClipboard) {
-    Single s(line_box, "固定 text");
+TEST(TextFieldEditing, ReadOnlyCopiesButMaskedNeverReachesTheClipboardOrTheScreen) {
+    Single s("固定 text");
     s.field->read_only = true;
-    EXPECT_FALSE(s.field->text_input());
-    s.focus();
     s.run.type("x");
-    s.key(8);
-    s.keys({65, 88, 67}, true);
+    s.run.key(8);
+    s.select_copy_cut();
     EXPECT_EQ(s.field->value(), "固定 text");
-    EXPECT_EQ(s.clipboard, std::vector<std::string>{"固定 text"}); // from the copy; the cut copied nothing
+    EXPECT_EQ(s.clipboard, Strings{"固定 text"}); // from the copy; the cut copied nothing
     s.field->read_only = false;
     s.field->masked = true;
-    s.keys({65, 67, 88}, true);
-    EXPECT_EQ(s.field->selected_text(), "");
-    EXPECT_EQ(s.clipboard.size(), 1u);
-    EXPECT_EQ(s.field->value(), "固定 text"); // and the cut removed nothing
-}
-
-TEST(TextFieldHistory, UndoAndRedoThroughKeysAndMarks) {
-    Single s(line_box);
-    s.focus();
-    for (const char* c : {"a", "b", "c"}) s.run.type(c);
-    s.key(90, true);
-    s.run.mark(&ui::Input::undo); // the mark alone, as a menu command sends it
-    EXPECT_EQ(s.field->value(), "a");
-    EXPECT_EQ(s.field->caret, 1u);
-    s.key(89, true);
-    s.key(90, true, true);
-    EXPECT_EQ(s.field->value(), "abc");
-    s.key(90, true);
-    s.run.type("x");
-    EXPECT_EQ(s.field->value(), "abx");
-    EXPECT_TRUE(s.field->redo_stack.empty());
-    EXPECT_EQ(s.changes, 9);
-}
-
-TEST(TextFieldPointer, ClickShiftClickDragAndDoubleClick) {
-    Single s(line_box, "abcdef");
-    s.run.click(s.at(3));
-    s.pause();
-    ui::Input shift_click;
-    shift_click.mouse_pressed = shift_click.mouse_released = shift_click.shift = true;
-    s.run.state.mouse = s.at(5);
-    s.run.frame(shift_click);
-    EXPECT_EQ(s.field->anchor, 3u);
-    EXPECT_EQ(s.field->caret, 5u);
-    s.pause();
-    s.run.press(s.at(1));
-    s.run.move({400, s.at(0).y}); // past the end and outside the field
-    s.run.release({400, s.at(0).y});
-    EXPECT_FALSE(s.field->dragging);
-    EXPECT_EQ(s.field->selected_text(), "bcdef");
-    s.field->value("one two  three");
-    s.double_click(s.at(5)); // a word with its space
-    EXPECT_EQ(s.field->selected_text(), "two  ");
-    s.field->value("你好世界");
-    s.double_click(s.at(2));
-    EXPECT_EQ(s.field->selected_text(), "你好世界");
-}
-
-TEST(TextFieldPaint, CaretScrollsIntoViewAndMaskHidesTheText) {
-    Single s({0, 0, 100, 36}, std::string(31, 'w'));
-    s.focus();
-    s.key(35);
-    EXPECT_GT(s.field->scroll_x, 0);
-    s.field->bounds.w = 400; // grown until the text fits: nothing stays scrolled away
-    s.run.frame();
-    EXPECT_FLOAT_EQ(s.field->scroll_x, 0);
     TextLog log;
     s.run.canvas.renderer(&log);
-    s.field->value("密码12");
-    s.field->masked = true;
-    s.run.frame();
-    EXPECT_NE(log.find("••••"), nullptr);
-    EXPECT_EQ(log.find("密码12"), nullptr);
+    s.select_copy_cut();
+    EXPECT_EQ(s.clipboard.size(), 1u);
+    EXPECT_EQ(s.field->value(), "固定 text"); // and the cut removed nothing
+    EXPECT_NE(log.find("•••••••"), nullptr);
+    EXPECT_EQ(log.find("固定 text"), nullptr);
+}
+
+TEST(TextFieldPointer, DoubleClickSelectsAWordWithItsSpacesOrARunOfChinese) {
+    Single s;
+    // A word with its spaces; a run of Chinese is one word.
+    for (auto [text, at, word] : {std::tuple{"one two  three", 5, "two  "}, {"你好世界", 2, "你好世界"}}) {
+        s.field->value(text);
+        s.run.now += 1; // past the double-click time of the clicks before
+        const ui::Vec2 p{box.x + s.field->inset_left() + 8.4f * at + 1, box.y + box.h / 2};
+        s.run.click(p);
+        s.run.click(p);
+        EXPECT_EQ(s.field->selected_text(), word) << text;
+    }
 }
 
 TEST(TextFieldComposition, PreeditShowsInlineThenCommitMakesOneEdit) {
-    Single s(line_box, "ab");
+    Single s("ab");
     TextLog log;
     s.run.canvas.renderer(&log);
-    s.focus();
     s.field->move(1, false);
-    const float caret_x = s.field->caret_rect().x;
     ui::Input preedit;
     for (const char* step : {"n", "ni", "你", "你"}) { // repeated every frame while it lasts
         preedit.composition = step;
         preedit.composition_cursor = preedit.composition.size();
         s.run.frame(preedit);
     }
-    EXPECT_FLOAT_EQ(s.field->caret_rect().x, caret_x + glyph);
-    EXPECT_EQ(s.scene.text_input_rect().x, s.field->caret_rect().x);
+    EXPECT_EQ(s.scene.text_input_rect().x, s.field->caret_rect().x); // the candidate window follows
     EXPECT_NE(log.find("a你b"), nullptr);
     EXPECT_EQ(s.field->value(), "ab");
     s.run.type("你"); // the platform clears the composition as the text arrives
     EXPECT_EQ(s.field->value(), "a你b");
     EXPECT_EQ(s.field->undo_stack.size(), 1u);
-    EXPECT_EQ(s.changes, 1);
-    s.scene.focus(nullptr);
-    s.run.frame(preedit); // an unfocused field ignores compositions
-    EXPECT_TRUE(s.field->composition().text.empty());
-    EXPECT_EQ(s.scene.text_input_rect().w, 0);
+}
+
+TEST(PasswordField, RevealsOnlyWhileHeldAndNeverCopies) {
+    FieldScene<ui::PasswordField> s("秘密abc");
+    TextLog log;
+    s.run.canvas.renderer(&log);
+    s.field->reveal_button = true;
+    const ui::Vec2 button{box.x + box.w - s.field->inset_right() / 2, box.y + box.h / 2};
+    s.run.press(button);
+    s.select_copy_cut(); // not even while revealed
+    EXPECT_NE(log.find("秘密abc"), nullptr);
+    EXPECT_TRUE(s.clipboard.empty());
+    s.run.release(button);
+    EXPECT_FALSE(s.field->revealing());
+}
+
+TEST(NumberField, SubmitParsesClampsAndReformatsAsAnEdit) {
+    FieldScene<ui::NumberField> s(5.0);
+    Strings submitted;
+    s.field->on_submit = [&](const std::string& v) { submitted.push_back(v); };
+    s.field->range(-10, 100);
+    for (const char* typed : {"12.50", "2e3", "-"}) { // no number yet: the last one comes back
+        s.run.mark(&ui::Input::select_all);
+        s.run.type(typed);
+        s.run.key(13);
+    }
+    EXPECT_EQ(submitted, (Strings{"12.5", "100", "100"}));
+    s.run.mark(&ui::Input::undo); // the reformatting was an ordinary edit
+    EXPECT_EQ(s.field->value(), "-");
+}
+
+TEST(KeyBindingField, CapturesCombinationsInsteadOfText) {
+    FieldScene<ui::KeyBindingField> s;
+    s.run.key(75, true, true);
+    s.run.type("k");
+    s.run.key(17, true); // a modifier alone is no combination yet
+    EXPECT_EQ(s.field->value(), "Ctrl+Shift+K");
+    EXPECT_FALSE(s.scene.dispatch(s.field, key_event(27), false)); // Escape stays the scene's
+    ui::Input undo;                                                // Ctrl+Z is captured, not undone
+    undo.key = 90;
+    undo.ctrl = undo.undo = true;
+    s.run.frame(undo);
+    EXPECT_EQ(s.field->value(), "Ctrl+Z");
+    s.run.key(8);
+    EXPECT_EQ(s.field->value(), "");
+    EXPECT_EQ(s.changes, 3);
+}
+
+TEST(AutoComplete, TypingOpensMatchesThatKeysNavigate) {
+    FieldScene<ui::AutoComplete> s(Strings{"Velmora", "VelmoraUI", "C++", "Java"});
+    s.run.type("vel");
+    EXPECT_EQ(s.field->shown(), (Strings{"Velmora", "VelmoraUI"}));
+    EXPECT_EQ(s.scene.focus(), s.field); // the popup keeps the focus in the field
+    s.run.key(27);                       // closes the list and nothing else
+    EXPECT_FALSE(s.field->suggestions_open());
+    EXPECT_EQ(s.field->value(), "vel");
+    for (unsigned k : {40u, 40u, 40u, 40u, 38u, 13u}) s.run.key(k); // opens, wraps both ways
+    EXPECT_EQ(s.field->value(), "VelmoraUI");
+    EXPECT_FALSE(s.field->suggestions_open());
 }
 
 } // namespace
