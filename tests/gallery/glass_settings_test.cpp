@@ -12,9 +12,10 @@ namespace ui = velmora::ui;
 TEST(GlassSettings, SlidersAtEitherEndKeepTheThemeValid) {
     ui::Theme theme;
     auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
-    ASSERT_EQ(panel->sliders.size(), ui::GlassSettingsPanel::settings().size());
-    for (std::size_t i = 0; i < panel->sliders.size(); ++i) {
-        const auto& setting = ui::GlassSettingsPanel::settings()[i];
+    const auto& settings = ui::GlassSettingsPanel::settings();
+    ASSERT_EQ(panel->sliders.size(), settings.size());
+    for (std::size_t i = 0; i < settings.size(); ++i) {
+        const auto& setting = settings[i];
         for (double v : {-1e9, 1e9, 0.0}) {
             panel->sliders[i]->value(v);
             EXPECT_NO_THROW(theme.validate()) << setting.label << " " << v;
@@ -23,12 +24,12 @@ TEST(GlassSettings, SlidersAtEitherEndKeepTheThemeValid) {
     }
 }
 
-TEST(GlassSettings, EditsReachTheThemeAndSyncReadsItBack) {
+TEST(GlassSettings, EditsReachTheThemeSyncReadsItBackAndPresetsKeepTheFont) {
     ui::Theme theme;
+    theme.font = "Noto Sans";
     auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
     int changes = 0;
     panel->on_change = [&](ui::Widget&) { ++changes; };
-
     panel->sliders[2]->value(25); // refraction
     EXPECT_FLOAT_EQ(theme.refraction, 25);
     panel->dark->selected(false);
@@ -41,27 +42,18 @@ TEST(GlassSettings, EditsReachTheThemeAndSyncReadsItBack) {
     theme.blur = 0.5f;
     theme.cubic_corners = false;
     panel->sync();
-    EXPECT_DOUBLE_EQ(panel->sliders[2]->value(), 4);
-    EXPECT_DOUBLE_EQ(panel->sliders[0]->value(), 0.5);
+    EXPECT_TRUE(panel->sliders[2]->value() == 4 && panel->sliders[0]->value() == 0.5);
     EXPECT_FALSE(panel->cubic_corners->selected());
     EXPECT_EQ(panel->values[2]->text, "Refraction  4.00");
     EXPECT_EQ(changes, 3) << "sync writes nothing back";
-}
 
-TEST(GlassSettings, PresetsReplaceTheMaterialButKeepTheFont) {
-    ui::Theme theme;
-    theme.font = "Noto Sans";
-    theme.accent = 0xFF123456;
-    auto panel = std::make_shared<ui::GlassSettingsPanel>(theme);
     ASSERT_EQ(panel->presets.size(), 4u);
     panel->presets[2]->activate(); // liquid
-    EXPECT_EQ(theme.refraction, ui::Theme::liquid().refraction);
-    EXPECT_EQ(theme.tint, 0);
+    EXPECT_TRUE(theme.refraction == ui::Theme::liquid().refraction && theme.tint == 0);
     EXPECT_EQ(theme.font, "Noto Sans");
     EXPECT_DOUBLE_EQ(panel->sliders[5]->value(), 0);
     panel->presets[1]->activate(); // light
-    EXPECT_FALSE(theme.dark);
-    EXPECT_FALSE(panel->dark->selected());
+    EXPECT_FALSE(theme.dark || panel->dark->selected());
     EXPECT_NO_THROW(theme.validate());
 }
 

@@ -15,6 +15,7 @@
 #include <GL/glext.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -25,6 +26,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 // ---- heap accounting -----------------------------------------------------------------------
 // Every plain operator new of this program goes through here, so the live byte count covers the
@@ -34,8 +36,9 @@ namespace {
 std::atomic<long long> live_bytes{0};
 constexpr std::size_t header = alignof(std::max_align_t);
 
-void* allocate(std::size_t size) {
+void* allocate(std::size_t size, bool nothrow = false) {
     auto* block = static_cast<unsigned char*>(std::malloc(size + header));
+    if (!block && nothrow) return nullptr;
     if (!block) throw std::bad_alloc();
     *reinterpret_cast<std::size_t*>(block) = size;
     live_bytes += static_cast<long long>(size);
@@ -54,14 +57,8 @@ void release(void* p) noexcept {
 // plain delete. The aligned forms stay the library's: they pair only among themselves.
 void* operator new(std::size_t size) { return allocate(size); }
 void* operator new[](std::size_t size) { return allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return allocate(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, true); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, true); }
 void operator delete(void* p) noexcept { release(p); }
 void operator delete[](void* p) noexcept { release(p); }
 void operator delete(void* p, std::size_t) noexcept { release(p); }
@@ -80,31 +77,17 @@ constexpr double step = 1.0 / 60;
 
 // ---- GL object census ----------------------------------------------------------------------
 
-struct GlObjects {
-    int textures = 0, buffers = 0, framebuffers = 0, renderbuffers = 0, arrays = 0, programs = 0, shaders = 0,
-        samplers = 0;
-    bool operator==(const GlObjects&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const GlObjects& g) {
-    return out << g.textures << " textures, " << g.buffers << " buffers, " << g.framebuffers
-               << " framebuffers, " << g.renderbuffers << " renderbuffers, " << g.arrays << " vertex arrays, "
-               << g.programs << " programs, " << g.shaders << " shaders, " << g.samplers << " samplers";
-}
+// Textures, buffers, framebuffers, renderbuffers, vertex arrays, programs, shaders, samplers.
+using GlObjects = std::array<int, 8>;
 
 // Names are small integers handed out from the bottom; a name past this bound would mean the
 // objects churn so hard that the count itself is the finding.
 GlObjects census() {
-    GlObjects g;
+    GlObjects g{};
     for (GLuint n = 1; n <= 4096; ++n) {
-        g.textures += glIsTexture(n) == GL_TRUE;
-        g.buffers += glIsBuffer(n) == GL_TRUE;
-        g.framebuffers += glIsFramebuffer(n) == GL_TRUE;
-        g.renderbuffers += glIsRenderbuffer(n) == GL_TRUE;
-        g.arrays += glIsVertexArray(n) == GL_TRUE;
-        g.programs += glIsProgram(n) == GL_TRUE;
-        g.shaders += glIsShader(n) == GL_TRUE;
-        g.samplers += glIsSampler(n) == GL_TRUE;
+        const GLboolean is[] = {glIsTexture(n),     glIsBuffer(n),  glIsFramebuffer(n), glIsRenderbuffer(n),
+                                glIsVertexArray(n), glIsProgram(n), glIsShader(n),      glIsSampler(n)};
+        for (std::size_t i = 0; i < g.size(); ++i) g[i] += is[i] == GL_TRUE;
     }
     return g;
 }
@@ -171,25 +154,26 @@ public:
         ui::begin_poll(in);
         // Weights in thousandths of the frames; what is left over is an idle frame.
         using Act = void (Monkey::*)(ui::Input&);
-        static constexpr std::pair<int, Act> actions[] = {
-            {300, &Monkey::move},       {80, &Monkey::button},     {70, &Monkey::click},
-            {20, &Monkey::right_click}, {60, &Monkey::wheel},      {120, &Monkey::key},
-            {50, &Monkey::tab},         {60, &Monkey::type_ascii}, {40, &Monkey::type_chinese},
-            {30, &Monkey::compose},     {40, &Monkey::shortcut},   {10, &Monkey::palette},
-            {10, &Monkey::escape},      {3, &Monkey::lose_focus}};
+        static constexpr std::tuple<int, const char*, Act> actions[] = {
+            {300, "move", &Monkey::move},        {80, "button", &Monkey::button},
+            {70, "click", &Monkey::click},       {20, "right click", &Monkey::right_click},
+            {60, "wheel", &Monkey::wheel},       {120, "key", &Monkey::key},
+            {50, "tab", &Monkey::tab},           {60, "type", &Monkey::type_ascii},
+            {40, "type", &Monkey::type_chinese}, {30, "compose", &Monkey::compose},
+            {40, "shortcut", &Monkey::shortcut}, {10, "ctrl K", &Monkey::palette},
+            {10, "escape", &Monkey::escape},     {3, "focus lost", &Monkey::lose_focus}};
         int roll = pick(1000);
         last = "idle";
-        for (const auto& [weight, act] : actions) {
+        for (const auto& [weight, name, act] : actions) {
             if (roll < weight) {
+                last = name; // the action may say more
                 (this->*act)(in);
+                if (!in.text.empty()) last += " " + in.text;
                 break;
             }
             roll -= weight;
         }
-        state.mouse = in.mouse;
-        state.mouse_down = in.mouse_down;
-        state.composition = in.composition;
-        state.composition_cursor = in.composition_cursor;
+        state = in; // the next poll keeps what a poll keeps
         return in;
     }
 
@@ -219,7 +203,6 @@ private:
             in.mouse = {uniform(0, 1280), uniform(0, 800)};
         else
             in.mouse = {in.mouse.x + uniform(-40, 40), in.mouse.y + uniform(-40, 40)};
-        last = "move";
     }
     void button(ui::Input& in) {
         if (in.mouse_down)
@@ -234,16 +217,9 @@ private:
         in.mouse_pressed = !in.mouse_down;
         in.mouse_released = true;
         in.mouse_down = false;
-        last = "click";
     }
-    void right_click(ui::Input& in) {
-        in.right_pressed = in.right_released = true;
-        last = "right click";
-    }
-    void wheel(ui::Input& in) {
-        in.wheel = static_cast<float>(pick(7)) - 3;
-        last = "wheel";
-    }
+    void right_click(ui::Input& in) { in.right_pressed = in.right_released = true; }
+    void wheel(ui::Input& in) { in.wheel = static_cast<float>(pick(7)) - 3; }
     void key(ui::Input& in) {
         static constexpr unsigned keys[] = {
             ui::vk::left,      ui::vk::right,      ui::vk::up,        ui::vk::down,       ui::vk::home,
@@ -256,14 +232,9 @@ private:
     void tab(ui::Input& in) {
         in.shift = pick(3) == 0;
         ui::apply_key(in, ui::vk::tab);
-        last = "tab";
     }
-    void type(ui::Input& in, const char* text) {
-        in.text = text;
-        last = std::string("type ") + text;
-    }
-    void type_ascii(ui::Input& in) { type(in, ascii[pick(std::size(ascii))]); }
-    void type_chinese(ui::Input& in) { type(in, chinese[pick(std::size(chinese))]); }
+    void type_ascii(ui::Input& in) { in.text = ascii[pick(std::size(ascii))]; }
+    void type_chinese(ui::Input& in) { in.text = chinese[pick(std::size(chinese))]; }
     // An input method: a preedit that grows, then is committed or cancelled.
     void compose(ui::Input& in) {
         if (in.composition.empty() || in.composition.size() < 6) {
@@ -276,7 +247,7 @@ private:
             last = "cancel composition";
         } else {
             in.text = chinese[pick(std::size(chinese))];
-            last = "commit " + in.text;
+            last = "commit";
         }
         in.composition.clear();
         in.composition_cursor = 0;
@@ -292,31 +263,20 @@ private:
     void palette(ui::Input& in) {
         in.ctrl = true;
         ui::apply_key(in, 'K');
-        last = "ctrl K";
     }
-    void escape(ui::Input& in) {
-        ui::apply_key(in, ui::vk::escape);
-        last = "escape";
-    }
+    void escape(ui::Input& in) { ui::apply_key(in, ui::vk::escape); }
     void lose_focus(ui::Input& in) {
         in.focus_lost = true;
         in.mouse_released = in.mouse_down;
         in.mouse_down = false;
         in.composition.clear();
         in.composition_cursor = 0;
-        last = "focus lost";
     }
 };
 
-unsigned soak_seed() {
-    if (const char* s = std::getenv("VELMORA_SOAK_SEED"))
-        return static_cast<unsigned>(std::strtoul(s, nullptr, 10));
-    return std::random_device{}();
-}
-
-int soak_frames() {
-    if (const char* s = std::getenv("VELMORA_SOAK_FRAMES")) return std::max(1100, std::atoi(s));
-    return 10000;
+long from_environment(const char* name, long fallback) {
+    const char* value = std::getenv(name);
+    return value ? std::atol(value) : fallback;
 }
 
 // ---- the run -------------------------------------------------------------------------------
@@ -364,8 +324,8 @@ public:
 };
 
 TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
-    const unsigned seed = soak_seed();
-    const int frames = soak_frames();
+    const auto seed = static_cast<unsigned>(from_environment("VELMORA_SOAK_SEED", std::random_device{}()));
+    const int frames = static_cast<int>(std::max(1100L, from_environment("VELMORA_SOAK_FRAMES", 10000)));
     std::cout << "soak seed " << seed << ", " << frames << " frames (replay with VELMORA_SOAK_SEED=" << seed
               << ")\n";
     SCOPED_TRACE("soak seed " + std::to_string(seed));
@@ -373,7 +333,7 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
     Soak soak(seed);
     soak.warm_up();
     long long heap_at_1000 = 0;
-    GlObjects gl_at_1000;
+    GlObjects gl_at_1000{};
     const int per_page = frames / static_cast<int>(soak.scene.sections().size()) + 1;
     // What the input reached, so that a run that stopped exercising anything shows.
     int with_overlay = 0, with_text_focus = 0, page_changes = 0, page = 0;
@@ -401,7 +361,7 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
     const long long heap_end = live_bytes;
     const GlObjects gl_end = census();
     std::cout << "heap at frame 1000: " << heap_at_1000 << " bytes, at the end: " << heap_end << " bytes\n"
-              << "GL objects: " << gl_end << '\n'
+              << "GL objects: " << ::testing::PrintToString(gl_end) << '\n'
               << "glyphs cached: " << soak.renderer.glyph_count() << " on " << soak.renderer.atlas_count()
               << " atlas pages\n"
               << "frames with an overlay open: " << with_overlay
@@ -409,7 +369,7 @@ TEST(Soak, RandomInputOverEveryPageKeepsTheSceneConsistentAndTheResourcesFlat) {
               << '\n';
     EXPECT_GT(with_overlay, 0);
     EXPECT_GT(with_text_focus, 0);
-    EXPECT_EQ(gl_end, gl_at_1000) << "GL objects at frame 1000: " << gl_at_1000;
+    EXPECT_EQ(gl_end, gl_at_1000) << "GL objects at frame 1000: " << ::testing::PrintToString(gl_at_1000);
     // Slack for glyphs of text first drawn after frame 1000 (numbers a control reports, say).
     EXPECT_LE(heap_end - heap_at_1000, 64 * 1024) << "heap grew from " << heap_at_1000 << " to " << heap_end;
 }

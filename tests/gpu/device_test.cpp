@@ -6,22 +6,26 @@
 namespace velmora::test {
 namespace {
 
+// The error a call left, cleared for the next one.
+template <class F> std::string error_of(F call) {
+    vg_clear_error();
+    call();
+    std::string error = vg_error();
+    vg_clear_error();
+    return error;
+}
+
 TEST(GpuClosed, CallsBeforeOpeningAnswerWithoutTouchingGl) {
     vg_close(); // nothing open: harmless
     EXPECT_STREQ(vg_device(), "not initialized");
+    EXPECT_EQ(error_of([] { vg_background(64, 64, 1, 1, 0, 0xFF000000u, 0xFFFFFFFFu); }), "");
+    EXPECT_EQ(error_of([] { EXPECT_EQ(vg_texture(16, 16), 0u); }), "Invalid texture creation");
+    EXPECT_EQ(error_of([] {
+                  float command[64] = {};
+                  vg_submit(command, 64, 1, 0, vg_back_buffer, 64, 64, 64, 64, 0, 0, 0);
+              }),
+              "Renderer is not initialized");
     EXPECT_EQ(vg_gl_error(), 0u);
-
-    vg_clear_error();
-    vg_background(64, 64, 1, 1, 0, 0xFF000000u, 0xFFFFFFFFu);
-    EXPECT_STREQ(vg_error(), "");
-
-    EXPECT_EQ(vg_texture(16, 16), 0u);
-    EXPECT_STREQ(vg_error(), "Invalid texture creation");
-
-    float command[64] = {};
-    vg_clear_error();
-    vg_submit(command, 64, 1, 0, vg_back_buffer, 64, 64, 64, 64, 0, 0, 0);
-    EXPECT_STREQ(vg_error(), "Renderer is not initialized");
 }
 
 TEST(GpuOpen, SyntaxErrorReportsTheDriverLogAndLeavesNothingOpen) {
@@ -29,12 +33,10 @@ TEST(GpuOpen, SyntaxErrorReportsTheDriverLogAndLeavesNothingOpen) {
     const char* texts[vg_shader_count];
     for (int i = 0; i < vg_shader_count; ++i) texts[i] = velmora_shaders[i];
     texts[5] = "#version 330 core\nout vec4 color;\nvoid main() { color = vec4(1.0) }\n";
-
     vg_clear_error();
     EXPECT_EQ(vg_open(texts), 0);
     std::string log = vg_error();
     EXPECT_FALSE(log.empty());
-    EXPECT_LT(log.size(), 2048u);
     EXPECT_EQ(log.find("Missing OpenGL entry point"), std::string::npos) << log;
     EXPECT_STREQ(vg_device(), "not initialized");
 
@@ -51,82 +53,41 @@ TEST(GpuOpen, SyntaxErrorReportsTheDriverLogAndLeavesNothingOpen) {
     EXPECT_EQ(std::string(vg_error()).size(), 2047u);
 }
 
-TEST_F(GpuTest, SecondOpenFailsAndLeavesTheFirstWorking) {
+TEST_F(GpuTest, ASecondOpenAndBadArgumentsFailWithoutHarmingTheFirstOrDrawing) {
     std::string device = vg_device();
-    EXPECT_NE(device, "not initialized");
-
     EXPECT_EQ(vg_open(velmora_shaders), 0);
     EXPECT_STREQ(vg_error(), "Only one VelmoraUI renderer per process.");
     EXPECT_EQ(vg_device(), device);
 
-    vg_clear_error();
-    canvas.fill({0, 0, 8, 8}, 0xFFFF0000u, 0);
-    submit();
-    EXPECT_STREQ(vg_error(), "");
-    EXPECT_EQ(read().at(4, 4), (Rgba{255, 0, 0, 255}));
-    EXPECT_EQ(vg_gl_error(), 0u);
-}
-
-TEST_F(GpuTest, BadSubmitArgumentsFailWithoutDrawing) {
     canvas.fill({0, 0, size, size}, 0xFFFFFFFFu, 0);
     const float* c = canvas.commands().front().slot;
-    const char* message = "Invalid draw buffer or framebuffer parameters";
-    auto expect_rejected = [&](const float* commands, std::size_t floats, int count, int width, float logical,
-                               float sigma) {
+    const struct {
+        std::size_t floats;
+        int width;
+        float logical, sigma;
+    } bad[] = {{63, size, size, 0}, {64, 0, size, 0}, {64, size, 0, 0}, {64, size, size, 32.01f}};
+    for (const auto& b : bad) {
         vg_clear_error();
-        vg_submit(commands, floats, count, 0, vg_back_buffer, width, size, logical, size, sigma, 0, 0);
-        EXPECT_STREQ(vg_error(), message);
-    };
-    expect_rejected(c, 63, 1, size, size, 0);      // array shorter than the count says
-    expect_rejected(c, 64, 1, 0, size, 0);         // no pixels
-    expect_rejected(c, 64, 1, size, 0, 0);         // no logical size
-    expect_rejected(c, 64, 1, size, size, 32.01f); // sigma out of range
+        vg_submit(c, b.floats, 1, 0, vg_back_buffer, b.width, size, b.logical, size, b.sigma, 0, 0);
+        EXPECT_STREQ(vg_error(), "Invalid draw buffer or framebuffer parameters")
+            << b.floats << " " << b.width;
+    }
     EXPECT_EQ(read().at(64, 64), (Rgba{0, 0, 0, 255}));
-}
-
-// A frame with a broken clip structure draws nothing, even the commands before the fault.
-TEST_F(GpuTest, UnbalancedClipsFailTheFrameBeforeAnythingIsDrawn) {
-    auto frame = [&](int pushes, int pops) {
-        canvas.begin(size, size, ui::Theme{});
-        canvas.fill({0, 0, size, size}, 0xFFFFFFFFu, 0);
-        std::vector<ui::Command> commands = canvas.commands();
-        ui::Command push{}, pop{};
-        push.slot[0] = ui::kind_push_clip;
-        push.slot[3] = push.slot[4] = size;
-        pop.slot[0] = ui::kind_pop_clip;
-        for (int i = 0; i < pushes; ++i) commands.push_back(push);
-        for (int i = 0; i < pops; ++i) commands.push_back(pop);
-        commands.push_back(commands.front()); // a draw after the fault
-        vg_clear_error();
-        vg_submit(commands.front().slot, commands.size() * 64, static_cast<int>(commands.size()), 0,
-                  vg_back_buffer, size, size, size, size, 0, 0, 0);
-        return std::string(vg_error());
-    };
-    EXPECT_EQ(frame(0, 1), "Unbalanced shaped clip pop");
-    EXPECT_EQ(frame(33, 33), "Shaped clip depth exceeds 32");
-    EXPECT_EQ(frame(2, 1), "Unbalanced shaped clip pushes");
-    EXPECT_EQ(read().at(64, 64), (Rgba{0, 0, 0, 255}));
-
-    EXPECT_EQ(frame(32, 32), "");
+    vg_clear_error();
+    submit();
+    EXPECT_STREQ(vg_error(), "");
     EXPECT_EQ(read().at(64, 64), (Rgba{255, 255, 255, 255}));
 }
 
 TEST_F(GpuTest, TexturesRoundTripThroughAGlyphDrawAndShortBuffersAreRefused) {
-    auto refused = [](const char* message) {
-        EXPECT_STREQ(vg_error(), message);
-        vg_clear_error();
-    };
-    EXPECT_EQ(vg_texture(0, 4), 0u);
-    refused("Invalid texture creation");
     std::vector<std::uint8_t> pixels(16 * 16 * 4 - 1);
-    vg_upload(0, 0, 0, 16, 16, pixels.data(), pixels.size());
-    refused("Invalid texture upload buffer");
-    vg_upload(0, 0, 0, 0, 16, pixels.data(), pixels.size());
-    refused("Invalid texture upload buffer");
-    vg_read_pixels(16, 16, pixels.data(), pixels.size());
-    refused("Screenshot buffer is too small");
-    vg_read_pixels(1, 1, nullptr, 4);
-    refused("Screenshot buffer is too small");
+    std::uint8_t* p = pixels.data();
+    const std::size_t n = pixels.size();
+    EXPECT_EQ(error_of([] { vg_texture(0, 4); }), "Invalid texture creation");
+    EXPECT_EQ(error_of([&] { vg_upload(0, 0, 0, 16, 16, p, n); }), "Invalid texture upload buffer");
+    EXPECT_EQ(error_of([&] { vg_upload(0, 0, 0, 0, 16, p, n); }), "Invalid texture upload buffer");
+    EXPECT_EQ(error_of([&] { vg_read_pixels(16, 16, p, n); }), "Screenshot buffer is too small");
+    EXPECT_EQ(error_of([] { vg_read_pixels(1, 1, nullptr, 4); }), "Screenshot buffer is too small");
 
     unsigned texture = vg_texture(8, 8);
     ASSERT_NE(texture, 0u);
@@ -135,9 +96,7 @@ TEST_F(GpuTest, TexturesRoundTripThroughAGlyphDrawAndShortBuffersAreRefused) {
     for (int y = 0; y < 8; ++y)
         for (int x = 4; x < 8; ++x) pixels[(y * 8 + x) * 4 + 3] = 255;
     vg_upload(texture, 0, 0, 8, 8, pixels.data(), pixels.size());
-
     ui::Command& glyph = canvas.add(ui::kind_glyph, {32, 32, 64, 64}, 0xFF00FF00u);
-    glyph.slot[13] = glyph.slot[14] = 0;
     glyph.slot[15] = glyph.slot[16] = 1;
     glyph.texture(texture);
     submit();

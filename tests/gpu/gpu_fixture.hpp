@@ -50,7 +50,10 @@ protected:
 
     // A black back buffer and the canvas begun afresh, for the next frame of a test.
     void restart(const ui::Theme& theme = analytic()) {
-        clear(0xFF000000u);
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        glDisable(GL_SCISSOR_TEST);
+        glClearColor(0, 0, 0, 1);
+        glClear(GL_COLOR_BUFFER_BIT);
         canvas.begin(size, size, theme);
     }
 
@@ -60,15 +63,6 @@ protected:
         ui::Theme theme;
         theme.antialiasing = 1;
         return theme;
-    }
-
-    // Fills the back buffer with a packed colour.
-    static void clear(unsigned argb) {
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDisable(GL_SCISSOR_TEST);
-        glClearColor(((argb >> 16) & 255) / 255.0f, ((argb >> 8) & 255) / 255.0f, (argb & 255) / 255.0f,
-                     (argb >> 24) / 255.0f);
-        glClear(GL_COLOR_BUFFER_BIT);
     }
 
     // Submits the canvas to the default framebuffer at one pixel per logical unit.

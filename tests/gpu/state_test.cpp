@@ -14,7 +14,7 @@ namespace {
 
 using HostState = std::vector<std::pair<std::string, GLint>>;
 
-// The names of the settings that changed, e.g. "viewport[2] 40->128; ".
+// The settings that changed, by enum, e.g. "2978[2] 40->128; " for the viewport's width.
 std::string changes(const HostState& before, const HostState& after) {
     std::string out;
     for (std::size_t i = 0; i < before.size() && i < after.size(); ++i)
@@ -22,13 +22,6 @@ std::string changes(const HostState& before, const HostState& after) {
             out += before[i].first + " " + std::to_string(before[i].second) + "->" +
                    std::to_string(after[i].second) + "; ";
     return out;
-}
-
-GLuint compile(GLenum stage, const char* text) {
-    GLuint shader = glCreateShader(stage);
-    glShaderSource(shader, 1, &text, nullptr);
-    glCompileShader(shader);
-    return shader;
 }
 
 class HostStateTest : public GpuTest {
@@ -52,30 +45,31 @@ protected:
             glSamplerParameteri(s, GL_TEXTURE_WRAP_S, GL_MIRRORED_REPEAT);
         }
         glGenBuffers(2, buffers);
-        glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffers[0]);
-        glBufferData(GL_PIXEL_UNPACK_BUFFER, 1 << 20, nullptr, GL_STREAM_DRAW);
-        glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-        glBindBuffer(GL_PIXEL_PACK_BUFFER, buffers[1]);
-        glBufferData(GL_PIXEL_PACK_BUFFER, 1 << 20, nullptr, GL_STREAM_READ);
-        glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+        for (int i = 0; i < 2; ++i) {
+            const GLenum target = i ? GL_PIXEL_PACK_BUFFER : GL_PIXEL_UNPACK_BUFFER;
+            glBindBuffer(target, buffers[i]);
+            glBufferData(target, 1 << 20, nullptr, i ? GL_STREAM_READ : GL_STREAM_DRAW);
+            glBindBuffer(target, 0);
+        }
         glGenVertexArrays(1, &vertex_array);
         glGenRenderbuffers(1, &renderbuffer);
         glBindRenderbuffer(GL_RENDERBUFFER, renderbuffer);
         glBindRenderbuffer(GL_RENDERBUFFER, 0);
         program = glCreateProgram();
-        GLuint vs =
-            compile(GL_VERTEX_SHADER, "#version 330 core\nvoid main() { gl_Position = vec4(0.0); }\n");
-        GLuint fs =
-            compile(GL_FRAGMENT_SHADER, "#version 330 core\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n");
-        glAttachShader(program, vs);
-        glAttachShader(program, fs);
+        for (auto [stage, text] : {std::pair{GL_VERTEX_SHADER, "void main() { gl_Position = vec4(0.0); }\n"},
+                                   {GL_FRAGMENT_SHADER, "out vec4 c;\nvoid main() { c = vec4(1.0); }\n"}}) {
+            const char* texts[] = {"#version 330 core\n", text};
+            const GLuint shader = glCreateShader(stage);
+            glShaderSource(shader, 2, texts, nullptr);
+            glCompileShader(shader);
+            glAttachShader(program, shader);
+            glDeleteShader(shader); // goes with the program
+        }
         glLinkProgram(program);
-        glDeleteShader(vs);
-        glDeleteShader(fs);
     }
 
     void TearDown() override {
-        set_default_state();
+        set_state(nullptr);
         glDeleteProgram(program);
         glDeleteVertexArrays(1, &vertex_array);
         glDeleteRenderbuffers(1, &renderbuffer);
@@ -85,95 +79,92 @@ protected:
         glDeleteTextures(4, textures);
     }
 
-    // Every setting the backend promises to keep, and a range of those it never touches, each
-    // drawn from values that would spoil the drawing if they leaked in (defaults included).
-    void set_random_state(std::mt19937& rng) {
-        auto pick = [&](auto... values) {
+    // Sets every setting the backend promises to keep, and a range of those it never touches.
+    // With `rng` each is drawn from values that would spoil the drawing if they leaked in
+    // (defaults included); without, each gets GL's default, which the other tests expect.
+    void set_state(std::mt19937* rng) {
+        auto number = [&](int lo, int hi, int fallback) {
+            return rng ? lo + static_cast<int>((*rng)() % static_cast<unsigned>(hi - lo + 1)) : fallback;
+        };
+        auto pick = [&](auto... values) { // the first is the default
             const GLenum all[] = {static_cast<GLenum>(values)...};
-            return all[rng() % sizeof...(values)];
+            return all[number(0, sizeof...(values) - 1, 0)];
         };
-        auto number = [&](int lo, int hi) {
-            return lo + static_cast<int>(rng() % static_cast<unsigned>(hi - lo + 1));
-        };
-        auto coin = [&] { return rng() % 2 == 0; };
+        auto coin = [&] { return number(0, 1, 1) == 0; }; // false by default
+        auto eighth = [&](int fallback) { return static_cast<float>(number(0, 8, fallback)) / 8; };
 
         glUseProgram(coin() ? program : 0);
         glBindVertexArray(coin() ? vertex_array : 0);
         // The default framebuffer's draw buffer stays at GL_BACK: the background leaves it there.
         const bool draw_fbo = coin();
         glBindFramebuffer(GL_DRAW_FRAMEBUFFER, draw_fbo ? fbo : 0);
-        if (draw_fbo) glDrawBuffer(pick(GL_COLOR_ATTACHMENT1, GL_NONE, GL_COLOR_ATTACHMENT0));
+        glDrawBuffer(draw_fbo ? pick(GL_COLOR_ATTACHMENT1, GL_NONE, GL_COLOR_ATTACHMENT0) : GL_BACK);
         const bool read_fbo = coin();
         glBindFramebuffer(GL_READ_FRAMEBUFFER, read_fbo ? fbo : 0);
         glReadBuffer(read_fbo ? pick(GL_COLOR_ATTACHMENT1, GL_NONE) : pick(GL_BACK, GL_FRONT));
-        glViewport(number(-20, 60), number(-20, 60), number(0, 300), number(0, 300));
+        glViewport(number(-20, 60, 0), number(-20, 60, 0), number(0, 300, size), number(0, 300, size));
         // A host scissor that is on cuts submissions on purpose; it covers the frame here.
-        glScissor(number(-20, 0), number(-20, 0), number(size + 20, 300), number(size + 20, 300));
-        const GLenum modes[] = {GL_FILL, GL_LINE, GL_POINT};
+        glScissor(number(-20, 0, 0), number(-20, 0, 0), number(size + 20, 300, size),
+                  number(size + 20, 300, size));
         if (context->compatibility()) {
-            glPolygonMode(GL_FRONT, modes[rng() % 3]);
-            glPolygonMode(GL_BACK, modes[rng() % 3]);
+            glPolygonMode(GL_FRONT, pick(GL_FILL, GL_LINE, GL_POINT));
+            glPolygonMode(GL_BACK, pick(GL_FILL, GL_LINE, GL_POINT));
         } else {
-            glPolygonMode(GL_FRONT_AND_BACK, modes[rng() % 3]);
+            glPolygonMode(GL_FRONT_AND_BACK, pick(GL_FILL, GL_LINE, GL_POINT));
         }
-        glColorMaski(0, coin(), coin(), coin(), coin());
-        auto factor = [&] {
-            return pick(GL_ZERO, GL_ONE, GL_SRC_COLOR, GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA,
-                        GL_CONSTANT_COLOR, GL_SRC_ALPHA_SATURATE);
+        glColorMaski(0, !coin(), !coin(), !coin(), !coin());
+        auto factor = [&](GLenum fallback) {
+            return rng ? pick(GL_ZERO, GL_ONE, GL_SRC_COLOR, GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA,
+                              GL_CONSTANT_COLOR, GL_SRC_ALPHA_SATURATE)
+                       : fallback;
         };
-        const GLenum src_rgb = factor(), dst_rgb = factor(), src_alpha = factor(), dst_alpha = factor();
+        const GLenum src_rgb = factor(GL_ONE), dst_rgb = factor(GL_ZERO), src_alpha = factor(GL_ONE),
+                     dst_alpha = factor(GL_ZERO);
         glBlendFuncSeparate(src_rgb, dst_rgb, src_alpha, dst_alpha);
         auto equation = [&] {
             return pick(GL_FUNC_ADD, GL_FUNC_SUBTRACT, GL_FUNC_REVERSE_SUBTRACT, GL_MIN, GL_MAX);
         };
         const GLenum rgb = equation();
         glBlendEquationSeparate(rgb, equation());
-        glSampleCoverage(static_cast<float>(number(0, 4)) / 4, coin());
+        glSampleCoverage(static_cast<float>(number(0, 4, 4)) / 4, coin());
         glSampleMaski(0, coin() ? 0u : 0xFFFFFFFFu);
-        for (GLenum flag : saved_flags())
-            if (coin())
-                glEnable(flag);
-            else
-                glDisable(flag);
+        for (GLenum flag : flags()) // by default all are off but these two
+            ((rng ? coin() : flag == GL_DITHER || flag == GL_MULTISAMPLE) ? glEnable : glDisable)(flag);
         if (context->compatibility()) (coin() ? glEnable : glDisable)(GL_ALPHA_TEST);
         for (GLuint unit = 0; unit < 4; ++unit) {
             glActiveTexture(GL_TEXTURE0 + unit);
-            glBindTexture(GL_TEXTURE_2D, coin() ? textures[rng() % 4] : 0);
-            glBindSampler(unit, coin() ? samplers[rng() % 2] : 0);
+            glBindTexture(GL_TEXTURE_2D, coin() ? textures[number(0, 3, 0)] : 0);
+            glBindSampler(unit, coin() ? samplers[number(0, 1, 0)] : 0);
         }
-        glActiveTexture(GL_TEXTURE0 + rng() % 4);
+        glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(number(0, 3, 0)));
         glBindBuffer(GL_PIXEL_UNPACK_BUFFER, coin() ? buffers[0] : 0);
         glBindBuffer(GL_PIXEL_PACK_BUFFER, coin() ? buffers[1] : 0);
-        for (GLenum e : {GL_UNPACK_ALIGNMENT, GL_PACK_ALIGNMENT}) glPixelStorei(e, pick(1, 2, 4, 8));
+        for (GLenum e : {GL_UNPACK_ALIGNMENT, GL_PACK_ALIGNMENT}) glPixelStorei(e, pick(4, 1, 2, 8));
         for (GLenum e : {GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS, GL_PACK_ROW_LENGTH,
                          GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS})
-            glPixelStorei(e, coin() ? 0 : number(1, 17));
+            glPixelStorei(e, coin() ? number(1, 17, 0) : 0);
 
         // Never touched by the backend.
-        glDepthFunc(pick(GL_NEVER, GL_LESS, GL_GREATER, GL_ALWAYS));
-        glDepthMask(coin());
-        glDepthRange(number(0, 4) / 8.0, number(4, 8) / 8.0);
-        glStencilFuncSeparate(GL_FRONT, pick(GL_NEVER, GL_EQUAL, GL_ALWAYS), number(0, 255), number(0, 255));
+        glDepthFunc(pick(GL_LESS, GL_NEVER, GL_GREATER, GL_ALWAYS));
+        glDepthMask(!coin());
+        glDepthRange(number(0, 4, 0) / 8.0, number(4, 8, 8) / 8.0);
+        glStencilFuncSeparate(GL_FRONT, pick(GL_ALWAYS, GL_NEVER, GL_EQUAL), number(0, 255, 0),
+                              static_cast<GLuint>(number(0, 255, -1)));
         glStencilOpSeparate(GL_BACK, pick(GL_KEEP, GL_ZERO, GL_INVERT), pick(GL_KEEP, GL_INCR),
                             pick(GL_KEEP, GL_DECR));
-        glStencilMask(static_cast<GLuint>(number(0, 255)));
-        glClearColor(number(0, 8) / 8.0f, number(0, 8) / 8.0f, number(0, 8) / 8.0f, number(0, 8) / 8.0f);
-        glClearDepth(number(0, 8) / 8.0);
-        glClearStencil(number(0, 255));
-        glBlendColor(number(0, 8) / 8.0f, number(0, 8) / 8.0f, number(0, 8) / 8.0f, number(0, 8) / 8.0f);
-        glPolygonOffset(static_cast<float>(number(-4, 4)), static_cast<float>(number(-4, 4)));
+        glStencilMask(static_cast<GLuint>(number(0, 255, -1)));
+        glClearColor(eighth(0), eighth(0), eighth(0), eighth(0));
+        glClearDepth(eighth(8));
+        glClearStencil(number(0, 255, 0));
+        glBlendColor(eighth(0), eighth(0), eighth(0), eighth(0));
+        glPolygonOffset(static_cast<float>(number(-4, 4, 0)), static_cast<float>(number(-4, 4, 0)));
         glFrontFace(pick(GL_CCW, GL_CW));
-        glCullFace(pick(GL_FRONT, GL_BACK, GL_FRONT_AND_BACK));
-        glLogicOp(pick(GL_CLEAR, GL_COPY, GL_INVERT, GL_XOR));
+        glCullFace(pick(GL_BACK, GL_FRONT, GL_FRONT_AND_BACK));
+        glLogicOp(pick(GL_COPY, GL_CLEAR, GL_INVERT, GL_XOR));
         glProvokingVertex(pick(GL_LAST_VERTEX_CONVENTION, GL_FIRST_VERTEX_CONVENTION));
-        glPrimitiveRestartIndex(static_cast<GLuint>(number(0, 6)));
-        glPointSize(static_cast<float>(number(1, 8)));
+        glPrimitiveRestartIndex(static_cast<GLuint>(number(0, 6, 0)));
+        glPointSize(static_cast<float>(number(1, 8, 1)));
         glHint(GL_FRAGMENT_SHADER_DERIVATIVE_HINT, pick(GL_DONT_CARE, GL_FASTEST, GL_NICEST));
-        for (GLenum flag : untouched_flags())
-            if (coin())
-                glEnable(flag);
-            else
-                glDisable(flag);
         glBindBuffer(GL_ARRAY_BUFFER, coin() ? buffers[0] : 0);
         glBindBuffer(GL_UNIFORM_BUFFER, coin() ? buffers[1] : 0);
         glBindBuffer(GL_COPY_READ_BUFFER, coin() ? buffers[0] : 0);
@@ -181,178 +172,81 @@ protected:
     }
 
     // The enables the backend saves, and those it never touches.
-    static std::vector<GLenum> saved_flags() {
-        return {GL_BLEND,
-                GL_DEPTH_TEST,
-                GL_STENCIL_TEST,
-                GL_CULL_FACE,
-                GL_SCISSOR_TEST,
-                GL_COLOR_LOGIC_OP,
-                GL_SAMPLE_ALPHA_TO_COVERAGE,
-                GL_SAMPLE_ALPHA_TO_ONE,
-                GL_SAMPLE_COVERAGE,
-                GL_SAMPLE_MASK,
-                GL_FRAMEBUFFER_SRGB,
-                GL_CLIP_DISTANCE0,
-                GL_CLIP_DISTANCE0 + 3,
-                GL_CLIP_DISTANCE0 + 7,
-                GL_RASTERIZER_DISCARD};
-    }
-    static std::vector<GLenum> untouched_flags() {
-        return {GL_DITHER,         GL_POLYGON_OFFSET_FILL,      GL_POLYGON_OFFSET_LINE, GL_DEPTH_CLAMP,
-                GL_MULTISAMPLE,    GL_PRIMITIVE_RESTART,        GL_PROGRAM_POINT_SIZE,  GL_LINE_SMOOTH,
-                GL_POLYGON_SMOOTH, GL_TEXTURE_CUBE_MAP_SEAMLESS};
+    static std::vector<GLenum> flags() {
+        static constexpr GLenum rows[5][6] = {
+            {GL_BLEND, GL_DEPTH_TEST, GL_STENCIL_TEST, GL_CULL_FACE, GL_SCISSOR_TEST, GL_COLOR_LOGIC_OP},
+            {GL_SAMPLE_COVERAGE, GL_SAMPLE_MASK, GL_FRAMEBUFFER_SRGB, GL_RASTERIZER_DISCARD, GL_DITHER,
+             GL_MULTISAMPLE},
+            {GL_SAMPLE_ALPHA_TO_COVERAGE, GL_SAMPLE_ALPHA_TO_ONE, GL_POLYGON_OFFSET_FILL, GL_DEPTH_CLAMP,
+             GL_LINE_SMOOTH, GL_POLYGON_SMOOTH},
+            {GL_POLYGON_OFFSET_LINE, GL_PRIMITIVE_RESTART, GL_PROGRAM_POINT_SIZE,
+             GL_TEXTURE_CUBE_MAP_SEAMLESS, GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1},
+            {GL_CLIP_DISTANCE2, GL_CLIP_DISTANCE3, GL_CLIP_DISTANCE4, GL_CLIP_DISTANCE5, GL_CLIP_DISTANCE6,
+             GL_CLIP_DISTANCE7}};
+        return std::vector<GLenum>(&rows[0][0], &rows[0][0] + 30);
     }
 
-    void set_default_state() {
-        glUseProgram(0);
-        glBindVertexArray(0);
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        glDrawBuffer(GL_BACK);
-        glReadBuffer(GL_BACK);
-        glViewport(0, 0, size, size);
-        glScissor(0, 0, size, size);
-        glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-        glColorMaski(0, GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-        glBlendFuncSeparate(GL_ONE, GL_ZERO, GL_ONE, GL_ZERO);
-        glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD);
-        glSampleCoverage(1, GL_FALSE);
-        glSampleMaski(0, 0xFFFFFFFFu);
-        for (GLenum flag : saved_flags()) glDisable(flag);
-        for (GLenum flag : untouched_flags()) glDisable(flag);
-        glEnable(GL_DITHER);
-        glEnable(GL_MULTISAMPLE);
-        if (context->compatibility()) glDisable(GL_ALPHA_TEST);
-        for (GLuint unit = 0; unit < 4; ++unit) {
-            glActiveTexture(GL_TEXTURE0 + unit);
-            glBindTexture(GL_TEXTURE_2D, 0);
-            glBindSampler(unit, 0);
-        }
-        glActiveTexture(GL_TEXTURE0);
-        for (GLenum target : {GL_PIXEL_UNPACK_BUFFER, GL_PIXEL_PACK_BUFFER, GL_ARRAY_BUFFER,
-                              GL_UNIFORM_BUFFER, GL_COPY_READ_BUFFER})
-            glBindBuffer(target, 0);
-        glBindRenderbuffer(GL_RENDERBUFFER, 0);
-        for (GLenum e : {GL_UNPACK_ALIGNMENT, GL_PACK_ALIGNMENT}) glPixelStorei(e, 4);
-        for (GLenum e : {GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS, GL_PACK_ROW_LENGTH,
-                         GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS})
-            glPixelStorei(e, 0);
-        glDepthFunc(GL_LESS);
-        glDepthMask(GL_TRUE);
-        glDepthRange(0, 1);
-        glStencilFunc(GL_ALWAYS, 0, 0xFFFFFFFFu);
-        glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
-        glStencilMask(0xFFFFFFFFu);
-        glClearColor(0, 0, 0, 0);
-        glClearDepth(1);
-        glClearStencil(0);
-        glBlendColor(0, 0, 0, 0);
-        glPolygonOffset(0, 0);
-        glFrontFace(GL_CCW);
-        glCullFace(GL_BACK);
-        glLogicOp(GL_COPY);
-        glProvokingVertex(GL_LAST_VERTEX_CONVENTION);
-        glPrimitiveRestartIndex(0);
-        glPointSize(1);
-        glHint(GL_FRAGMENT_SHADER_DERIVATIVE_HINT, GL_DONT_CARE);
-    }
-
+    // Every setting above, named by its enum (and the texture unit where it has one).
     HostState capture() const {
         HostState s;
-        auto get = [&](const std::string& name, GLenum query, int count = 1) {
+        auto add = [&](GLenum query, int count, const auto* v, float scale, const std::string& prefix = "") {
+            for (int i = 0; i < count; ++i)
+                s.emplace_back(prefix + std::to_string(query) + "[" + std::to_string(i) + "]",
+                               static_cast<GLint>(v[i] * scale));
+        };
+        auto get = [&](GLenum query, int count = 1, const std::string& prefix = "") {
             GLint v[4] = {-7, -7, -7, -7};
             glGetIntegerv(query, v);
-            for (int i = 0; i < count; ++i) s.emplace_back(name + "[" + std::to_string(i) + "]", v[i]);
+            add(query, count, v, 1, prefix);
         };
-        auto flag = [&](const std::string& name, GLenum e) { s.emplace_back(name, glIsEnabled(e)); };
-        get("program", GL_CURRENT_PROGRAM);
-        get("vertex array", GL_VERTEX_ARRAY_BINDING);
-        get("draw framebuffer", GL_DRAW_FRAMEBUFFER_BINDING);
-        get("read framebuffer", GL_READ_FRAMEBUFFER_BINDING);
-        get("draw buffer 0", GL_DRAW_BUFFER0);
-        get("draw buffer 1", GL_DRAW_BUFFER1);
-        get("read buffer", GL_READ_BUFFER);
-        get("viewport", GL_VIEWPORT, 4);
-        get("scissor box", GL_SCISSOR_BOX, 4);
-        get("polygon mode", GL_POLYGON_MODE, context->compatibility() ? 2 : 1);
-        GLint mask[4] = {};
-        glGetIntegeri_v(GL_COLOR_WRITEMASK, 0, mask);
-        for (int i = 0; i < 4; ++i) s.emplace_back("colour mask " + std::to_string(i), mask[i]);
-        get("blend src rgb", GL_BLEND_SRC_RGB);
-        get("blend dst rgb", GL_BLEND_DST_RGB);
-        get("blend src alpha", GL_BLEND_SRC_ALPHA);
-        get("blend dst alpha", GL_BLEND_DST_ALPHA);
-        get("blend equation rgb", GL_BLEND_EQUATION_RGB);
-        get("blend equation alpha", GL_BLEND_EQUATION_ALPHA);
-        flag("blend", GL_BLEND);
-        flag("depth test", GL_DEPTH_TEST);
-        flag("stencil test", GL_STENCIL_TEST);
-        flag("cull face", GL_CULL_FACE);
-        flag("scissor test", GL_SCISSOR_TEST);
-        flag("logic op", GL_COLOR_LOGIC_OP);
-        flag("rasterizer discard", GL_RASTERIZER_DISCARD);
-        flag("alpha to coverage", GL_SAMPLE_ALPHA_TO_COVERAGE);
-        flag("alpha to one", GL_SAMPLE_ALPHA_TO_ONE);
-        flag("sample coverage", GL_SAMPLE_COVERAGE);
-        flag("sample mask", GL_SAMPLE_MASK);
-        flag("framebuffer srgb", GL_FRAMEBUFFER_SRGB);
-        for (GLenum i = 0; i < 8; ++i) flag("clip distance " + std::to_string(i), GL_CLIP_DISTANCE0 + i);
-        if (context->compatibility()) flag("alpha test", GL_ALPHA_TEST);
-        GLint active = 0;
-        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
-        s.emplace_back("active unit", active);
-        for (GLuint unit = 0; unit < 4; ++unit) {
-            glActiveTexture(GL_TEXTURE0 + unit);
-            get("texture of unit " + std::to_string(unit), GL_TEXTURE_BINDING_2D);
-            get("sampler of unit " + std::to_string(unit), GL_SAMPLER_BINDING);
-        }
-        glActiveTexture(static_cast<GLenum>(active));
-        get("unpack buffer", GL_PIXEL_UNPACK_BUFFER_BINDING);
-        get("pack buffer", GL_PIXEL_PACK_BUFFER_BINDING);
-        for (GLenum e :
-             {GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS,
-              GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS})
-            get("pixel store " + std::to_string(e), e);
-
-        auto real = [&](const std::string& name, GLenum query, int count = 1) {
+        auto real = [&](GLenum query, int count = 1) {
             GLfloat v[4] = {-7, -7, -7, -7};
             glGetFloatv(query, v);
-            for (int i = 0; i < count; ++i)
-                s.emplace_back(name + "[" + std::to_string(i) + "]", static_cast<GLint>(v[i] * 1000));
+            add(query, count, v, 1000);
         };
-        get("depth func", GL_DEPTH_FUNC);
-        get("depth mask", GL_DEPTH_WRITEMASK);
-        real("depth range", GL_DEPTH_RANGE, 2);
-        get("stencil func", GL_STENCIL_FUNC);
-        get("stencil ref", GL_STENCIL_REF);
-        get("stencil value mask", GL_STENCIL_VALUE_MASK);
-        get("stencil write mask", GL_STENCIL_WRITEMASK);
-        get("stencil back fail", GL_STENCIL_BACK_FAIL);
-        get("stencil back depth fail", GL_STENCIL_BACK_PASS_DEPTH_FAIL);
-        get("stencil back pass", GL_STENCIL_BACK_PASS_DEPTH_PASS);
-        real("clear colour", GL_COLOR_CLEAR_VALUE, 4);
-        real("clear depth", GL_DEPTH_CLEAR_VALUE);
-        get("clear stencil", GL_STENCIL_CLEAR_VALUE);
-        real("blend colour", GL_BLEND_COLOR, 4);
-        real("polygon offset factor", GL_POLYGON_OFFSET_FACTOR);
-        real("polygon offset units", GL_POLYGON_OFFSET_UNITS);
-        get("front face", GL_FRONT_FACE);
-        get("cull face mode", GL_CULL_FACE_MODE);
-        get("logic op mode", GL_LOGIC_OP_MODE);
-        get("provoking vertex", GL_PROVOKING_VERTEX);
-        get("primitive restart index", GL_PRIMITIVE_RESTART_INDEX);
-        real("point size", GL_POINT_SIZE);
-        get("derivative hint", GL_FRAGMENT_SHADER_DERIVATIVE_HINT);
-        real("sample coverage value", GL_SAMPLE_COVERAGE_VALUE);
-        get("sample coverage invert", GL_SAMPLE_COVERAGE_INVERT);
-        GLint sample_mask = 0;
-        glGetIntegeri_v(GL_SAMPLE_MASK_VALUE, 0, &sample_mask);
-        s.emplace_back("sample mask value", sample_mask);
-        for (GLenum e : untouched_flags()) flag("enable " + std::to_string(e), e);
-        get("array buffer", GL_ARRAY_BUFFER_BINDING);
-        get("uniform buffer", GL_UNIFORM_BUFFER_BINDING);
-        get("copy read buffer", GL_COPY_READ_BUFFER_BINDING);
-        get("renderbuffer", GL_RENDERBUFFER_BINDING);
+        static constexpr GLenum queries[9][5] = {
+            {GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING, GL_DRAW_FRAMEBUFFER_BINDING,
+             GL_READ_FRAMEBUFFER_BINDING, GL_DRAW_BUFFER0},
+            {GL_DRAW_BUFFER1, GL_READ_BUFFER, GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA},
+            {GL_BLEND_DST_ALPHA, GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA, GL_ACTIVE_TEXTURE,
+             GL_PIXEL_UNPACK_BUFFER_BINDING},
+            {GL_PIXEL_PACK_BUFFER_BINDING, GL_UNPACK_ALIGNMENT, GL_UNPACK_ROW_LENGTH, GL_UNPACK_SKIP_PIXELS,
+             GL_UNPACK_SKIP_ROWS},
+            {GL_PACK_ALIGNMENT, GL_PACK_ROW_LENGTH, GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_ROWS, GL_DEPTH_FUNC},
+            {GL_DEPTH_WRITEMASK, GL_STENCIL_FUNC, GL_STENCIL_REF, GL_STENCIL_VALUE_MASK,
+             GL_STENCIL_WRITEMASK},
+            {GL_STENCIL_BACK_FAIL, GL_STENCIL_BACK_PASS_DEPTH_FAIL, GL_STENCIL_BACK_PASS_DEPTH_PASS,
+             GL_STENCIL_CLEAR_VALUE, GL_FRONT_FACE},
+            {GL_CULL_FACE_MODE, GL_LOGIC_OP_MODE, GL_PROVOKING_VERTEX, GL_PRIMITIVE_RESTART_INDEX,
+             GL_FRAGMENT_SHADER_DERIVATIVE_HINT},
+            {GL_SAMPLE_COVERAGE_INVERT, GL_ARRAY_BUFFER_BINDING, GL_UNIFORM_BUFFER_BINDING,
+             GL_COPY_READ_BUFFER_BINDING, GL_RENDERBUFFER_BINDING}};
+        for (const auto& row : queries)
+            for (GLenum q : row) get(q);
+        get(GL_VIEWPORT, 4);
+        get(GL_SCISSOR_BOX, 4);
+        get(GL_POLYGON_MODE, context->compatibility() ? 2 : 1);
+        for (GLenum q : {GL_DEPTH_CLEAR_VALUE, GL_POLYGON_OFFSET_FACTOR, GL_POLYGON_OFFSET_UNITS,
+                         GL_POINT_SIZE, GL_SAMPLE_COVERAGE_VALUE})
+            real(q);
+        real(GL_DEPTH_RANGE, 2);
+        real(GL_COLOR_CLEAR_VALUE, 4);
+        real(GL_BLEND_COLOR, 4);
+        GLint indexed[5] = {};
+        glGetIntegeri_v(GL_COLOR_WRITEMASK, 0, indexed);
+        glGetIntegeri_v(GL_SAMPLE_MASK_VALUE, 0, indexed + 4);
+        add(GL_COLOR_WRITEMASK, 5, indexed, 1);
+        std::vector<GLenum> enables = flags();
+        if (context->compatibility()) enables.push_back(GL_ALPHA_TEST);
+        for (GLenum e : enables) s.emplace_back("enabled " + std::to_string(e), glIsEnabled(e));
+        GLint active = 0;
+        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+        for (GLuint unit = 0; unit < 4; ++unit) {
+            glActiveTexture(GL_TEXTURE0 + unit);
+            for (GLenum q : {GL_TEXTURE_BINDING_2D, GL_SAMPLER_BINDING})
+                get(q, 1, "unit " + std::to_string(unit) + " ");
+        }
+        glActiveTexture(static_cast<GLenum>(active));
         return s;
     }
 
@@ -411,9 +305,9 @@ TEST_F(HostStateTest, RandomHostStateIsKeptByEveryCallAndNeverReachesThePixels) 
     std::mt19937 rng(seed);
     for (int round = 0; round < 40 && !HasFailure(); ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        set_default_state(); // the clear below must reach every pixel
+        set_state(nullptr); // the clear below must reach every pixel
         restart();
-        set_random_state(rng);
+        set_state(&rng);
         ASSERT_EQ(glGetError(), GL_NO_ERROR);
         const HostState before = capture();
         std::string changed;

@@ -1,14 +1,7 @@
-// Test helpers for driving whole scene frames.
-//
-//     ui::Scene scene;
-//     auto probe = scene.root()->emplace<Probe>();
-//     FrameDriver run(scene);
-//     run.click({10, 10});
-//     EXPECT_EQ(probe->types(), (std::vector<int>{ui::pointer_down, ui::pointer_up}));
-//
-// FrameDriver keeps the pointer position and the held button across frames, as the platform
-// does, and advances the clock by `step` before every frame. The canvas has no renderer, so
-// text is measured by the 0.6-em estimate; attach a TextLog to see the text that is drawn.
+// Test helpers for driving whole scene frames. FrameDriver keeps the pointer position and the
+// held button across frames, as the platform does, and advances the clock by `step` before every
+// frame. Its canvas has no renderer, so text is measured by the 0.6-em estimate; attach a TextLog
+// to see the text that is drawn.
 #pragma once
 
 #include "velmora/core/canvas.hpp"
@@ -16,6 +9,7 @@
 #include "velmora/scene/scene.hpp"
 #include "velmora/scene/widget.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -40,10 +34,7 @@ public:
     void event(ui::Event& e) override {
         seen.push_back(e);
         if (handles) e.handled = true;
-        if (on_event) {
-            auto callback = on_event;
-            callback(e);
-        }
+        if (auto callback = on_event) callback(e); // a copy: the handler may replace it
     }
 
     std::vector<int> types() const {
@@ -51,11 +42,7 @@ public:
         for (const auto& e : seen) out.push_back(e.type);
         return out;
     }
-    int count(int type) const {
-        int n = 0;
-        for (const auto& e : seen) n += e.type == type;
-        return n;
-    }
+    int count(int type) const { return static_cast<int>(std::ranges::count(types(), type)); }
     const ui::Event* last(int type) const {
         for (auto it = seen.rbegin(); it != seen.rend(); ++it)
             if (it->type == type) return &*it;
@@ -92,7 +79,7 @@ public:
     }
 };
 
-// A key press as dispatch delivers it, for driving a widget directly.
+// A key press, and a release of the left button at `p`, as dispatch delivers them to a widget.
 inline ui::Event key_event(int code, bool ctrl = false, bool shift = false) {
     ui::Event e;
     e.type = ui::key_down;
@@ -101,8 +88,6 @@ inline ui::Event key_event(int code, bool ctrl = false, bool shift = false) {
     e.input.shift = shift;
     return e;
 }
-
-// A release of the left button at `p`, which is how a click reaches a widget that is driven directly.
 inline ui::Event release_event(ui::Vec2 p) {
     ui::Event e;
     e.type = ui::pointer_up;
@@ -112,14 +97,11 @@ inline ui::Event release_event(ui::Vec2 p) {
 
 class FrameDriver {
 public:
-    explicit FrameDriver(ui::Scene& s, float w = 800, float h = 600) : scene(s), width(w), height(h) {
-        state.mouse = {-1, -1};
-    }
+    explicit FrameDriver(ui::Scene& s, float w = 800, float h = 600) : scene(s), width(w), height(h) {}
 
     ui::Scene& scene;
     ui::Canvas canvas;
-    float width;
-    float height;
+    float width, height;
     double now = 1;
     double step = 1.0 / 60;
     ui::Input state; // what persists between frames: mouse and mouse_down; set mouse before frame()
@@ -137,66 +119,41 @@ public:
         while (now + step <= end) frame();
     }
 
-    void move(ui::Vec2 p) {
-        state.mouse = p;
-        frame();
-    }
-    void press(ui::Vec2 p) {
-        state.mouse = p;
+    // The pointer goes to `p`, the flags are set for this frame and `down` says whether the left
+    // button is held afterwards.
+    template <class... Flags> void pointer(ui::Vec2 p, bool down, Flags... flags) {
         ui::Input in;
-        in.mouse_pressed = true;
-        state.mouse_down = true;
+        ((in.*flags = true), ...);
+        state.mouse = p;
+        state.mouse_down = down;
         frame(in);
     }
-    void release(ui::Vec2 p) {
-        state.mouse = p;
-        ui::Input in;
-        in.mouse_released = true;
-        state.mouse_down = false;
-        frame(in);
-    }
+    void move(ui::Vec2 p) { pointer(p, state.mouse_down); }
+    void press(ui::Vec2 p) { pointer(p, true, &ui::Input::mouse_pressed); }
+    void release(ui::Vec2 p) { pointer(p, false, &ui::Input::mouse_released); }
     // Press and release inside one frame.
-    void click(ui::Vec2 p) {
-        state.mouse = p;
-        ui::Input in;
-        in.mouse_pressed = true;
-        in.mouse_released = true;
-        state.mouse_down = false;
-        frame(in);
-    }
+    void click(ui::Vec2 p) { pointer(p, false, &ui::Input::mouse_pressed, &ui::Input::mouse_released); }
     void right_click(ui::Vec2 p) {
-        state.mouse = p;
-        ui::Input in;
-        in.right_pressed = true;
-        in.right_released = true;
-        frame(in);
+        pointer(p, state.mouse_down, &ui::Input::right_pressed, &ui::Input::right_released);
     }
     void wheel(ui::Vec2 p, float notches) {
-        state.mouse = p;
         ui::Input in;
         in.wheel = notches;
+        state.mouse = p;
         frame(in);
     }
-    void key(unsigned code, bool ctrl = false, bool shift = false) {
+    // A key press; `flag` is a key flag set with it, as the platform marks Tab.
+    void key(unsigned code, bool ctrl = false, bool shift = false, bool ui::Input::*flag = nullptr) {
         ui::Input in;
         in.key = code;
         in.ctrl = ctrl;
         in.shift = shift;
+        if (flag) in.*flag = true;
         frame(in);
     }
-    void tab(bool shift = false) {
-        ui::Input in;
-        in.key = 9;
-        in.tab = true;
-        in.shift = shift;
-        frame(in);
-    }
+    void tab(bool shift = false) { key(9, false, shift, &ui::Input::tab); }
     // One frame with one of the key flags set, as the platform marks Enter or an edit command.
-    void mark(bool ui::Input::*flag) {
-        ui::Input in;
-        in.*flag = true;
-        frame(in);
-    }
+    void mark(bool ui::Input::*flag) { pointer(state.mouse, state.mouse_down, flag); }
     void type(std::string text) {
         ui::Input in;
         in.text = std::move(text);

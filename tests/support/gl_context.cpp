@@ -1,48 +1,36 @@
 #include "gl_context.hpp"
 
+#include <GL/gl.h>
 #include <SDL.h>
 #include <cstdlib>
 #include <string>
 
 namespace velmora::test {
 
-namespace {
-
-bool display_reachable() { return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"); }
-
-void init_video() {
-    if (!display_reachable()) SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) return;
-    // A display variable that points nowhere: fall back to rendering without one.
-    SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0)
-        throw std::runtime_error(std::string("SDL_Init (") + SDL_GetError() + ")");
-}
-
-void request(int profile) {
-    SDL_GL_ResetAttributes();
-    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
-    SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
-    SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, profile);
-    SDL_GL_SetAttribute(SDL_GL_ALPHA_SIZE, 8);
-    SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
-    SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 8);
-    SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
-}
-
-} // namespace
-
 GlTestContext::GlTestContext(int width, int height) : width_(width), height_(height) {
-    init_video();
+    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY"))
+        SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
+    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
+        // A display variable that points nowhere: fall back to rendering without one.
+        SDL_SetHint(SDL_HINT_VIDEODRIVER, "offscreen");
+        if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0)
+            throw std::runtime_error(std::string("SDL_Init (") + SDL_GetError() + ")");
+    }
     for (int profile : {SDL_GL_CONTEXT_PROFILE_COMPATIBILITY, SDL_GL_CONTEXT_PROFILE_CORE}) {
-        request(profile);
+        SDL_GL_ResetAttributes();
+        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
+        SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
+        SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, profile);
+        SDL_GL_SetAttribute(SDL_GL_ALPHA_SIZE, 8);
+        SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
+        SDL_GL_SetAttribute(SDL_GL_STENCIL_SIZE, 8);
+        SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
         SDL_Window* window =
             SDL_CreateWindow("velmora-test", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width, height,
                              SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN);
-        if (!window) continue;
-        SDL_GLContext context = SDL_GL_CreateContext(window);
+        SDL_GLContext context = window ? SDL_GL_CreateContext(window) : nullptr;
         if (!context) {
-            SDL_DestroyWindow(window);
+            if (window) SDL_DestroyWindow(window);
             continue;
         }
         window_ = window;
@@ -63,13 +51,6 @@ GlTestContext::~GlTestContext() {
     SDL_QuitSubSystem(SDL_INIT_VIDEO);
 }
 
-const char* GlTestContext::driver() const { return SDL_GetCurrentVideoDriver(); }
-
-void GlTestContext::finish() const {
-    using Finish = void (*)();
-    if (auto f = reinterpret_cast<Finish>(SDL_GL_GetProcAddress("glFinish"))) f();
-}
-
-void GlTestContext::swap() const { SDL_GL_SwapWindow(static_cast<SDL_Window*>(window_)); }
+void GlTestContext::finish() const { glFinish(); }
 
 } // namespace velmora::test

@@ -1,10 +1,6 @@
-// GlTestContext: a hidden SDL window with a current OpenGL 3.3 context, for GL tests.
-//
-// Asks for a 3.3 compatibility context (8 alpha, 24 depth, 8 stencil bits, double buffered) and
-// falls back to 3.3 core. With no display to reach it uses SDL's "offscreen" driver, which
-// renders through EGL (llvmpipe on a machine without a GPU). The default framebuffer is
-// readable in both cases, so vg_read_pixels works against it.
-//
+// GlTestContext: a hidden window with a current OpenGL 3.3 context, for GL tests: compatibility
+// profile where the driver has one, else core; with no display, SDL's "offscreen" driver (EGL,
+// llvmpipe without a GPU). The default framebuffer is readable, so vg_read_pixels works on it.
 // Include <GL/gl.h> and <GL/glext.h> after this header to call GL directly; the target defines
 // GL_GLEXT_PROTOTYPES and links the GL dispatch library.
 #pragma once
@@ -33,11 +29,8 @@ public:
     int height() const { return height_; }
     // True for a compatibility profile context.
     bool compatibility() const { return compatibility_; }
-    // The SDL video driver in use, e.g. "x11" or "offscreen".
-    const char* driver() const;
     // Blocks until the GPU has finished all submitted work.
     void finish() const;
-    void swap() const;
 
 private:
     void* window_ = nullptr;

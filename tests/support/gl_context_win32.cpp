@@ -27,10 +27,6 @@ GlTestContext::GlTestContext(int width, int height) : width_(width), height_(hei
 
 GlTestContext::~GlTestContext() { delete static_cast<ui::Window*>(window_); }
 
-const char* GlTestContext::driver() const { return "wgl"; }
-
 void GlTestContext::finish() const { glFinish(); }
-
-void GlTestContext::swap() const { static_cast<ui::Window*>(window_)->swap(); }
 
 } // namespace velmora::test
