@@ -3,6 +3,8 @@
 // the backend: not installed, and no public header includes it.
 #pragma once
 
+#include <cstddef>
+
 #if defined(_WIN32) && !defined(_WIN64)
 #define VG_APIENTRY __stdcall
 #else
@@ -17,6 +19,9 @@ using GLboolean = unsigned char;
 using GLfloat = float;
 using GLchar = char;
 using GLbitfield = unsigned;
+using GLintptr = std::ptrdiff_t;
+using GLsizeiptr = std::ptrdiff_t;
+using GLint64 = long long;
 
 // The required entry points in the order they are resolved; the first missing one fails
 // vg_open by name.
@@ -79,4 +84,13 @@ using GLbitfield = unsigned;
     X(void, glPolygonMode, (GLenum, GLenum))                                                                 \
     X(void, glTexSubImage2D, (GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*))   \
     X(void, glReadPixels, (GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void*))                           \
-    X(const unsigned char*, glGetStringi, (GLenum, GLuint))
+    X(const unsigned char*, glGetStringi, (GLenum, GLuint))                                                  \
+    X(void, glGenBuffers, (GLsizei, GLuint*))                                                                \
+    X(void, glDeleteBuffers, (GLsizei, const GLuint*))                                                       \
+    X(void, glBufferData, (GLenum, GLsizeiptr, const void*, GLenum))                                         \
+    X(void, glBufferSubData, (GLenum, GLintptr, GLsizeiptr, const void*))                                    \
+    X(void, glBindBufferRange, (GLenum, GLuint, GLuint, GLintptr, GLsizeiptr))                               \
+    X(void, glBindBufferBase, (GLenum, GLuint, GLuint))                                                      \
+    X(void, glGetInteger64i_v, (GLenum, GLuint, GLint64*))                                                   \
+    X(GLuint, glGetUniformBlockIndex, (GLuint, const GLchar*))                                               \
+    X(void, glUniformBlockBinding, (GLuint, GLuint, GLuint))
