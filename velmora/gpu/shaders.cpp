@@ -194,11 +194,9 @@ flat in vec4 cornerRadii;
 flat in vec4 cornerHandles;
 flat in vec4 quality;
 
-uniform int shapeClipCount;
-uniform vec4 shapeClipRects[32];
-uniform vec4 shapeClipRadii[32];
-uniform vec4 shapeClipHandles[32];
-uniform vec4 shapeClipInfo[32];
+// The shaped clips: the count in [0].x, then per clip its box, radii, handles and info
+// (cubic, coverage mode).
+uniform vec4 shapeClips[129];
 
 vec2 cubicPoint(float t, float r, float k) {
     float u = 1.0 - t;
@@ -310,14 +308,15 @@ float contentCoverage(vec2 point) {
     vec2 dx = dFdx(point);
     vec2 dy = dFdy(point);
     float result = 1.0;
+    int count = int(shapeClips[0].x);
     for (int i = 0; i < 32; ++i) {
-        if (i >= shapeClipCount) break;
-        vec4 box = shapeClipRects[i];
+        if (i >= count) break;
+        vec4 box = shapeClips[1 + 4 * i];
         if (box.z <= 0.0 || box.w <= 0.0) return 0.0;
-        vec3 f = boxFieldProfile(point, box, shapeClipRadii[i], shapeClipHandles[i], shapeClipInfo[i].x,
-                                 CUBIC_CLIPS != 0);
+        vec4 info = shapeClips[4 + 4 * i];
+        vec3 f = boxFieldProfile(point, box, shapeClips[2 + 4 * i], shapeClips[3 + 4 * i], info.x, CUBIC_CLIPS != 0);
         vec2 gradient = vec2(dot(f.xy, dx), dot(f.xy, dy));
-        result = min(result, coverageMode(f.z, gradient, shapeClipInfo[i].y));
+        result = min(result, coverageMode(f.z, gradient, info.y));
     }
     return result;
 #else

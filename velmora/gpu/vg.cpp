@@ -139,7 +139,7 @@ using DrawBuffers = void(VG_APIENTRY*)(GLsizei, const GLenum*);
 // the name, which makes the assignment a no-op. Each command's own values come from the
 // command block.
 struct MaterialUniforms {
-    GLint view, pointer, clip_count, clip_rects, clip_radii, clip_handles, clip_info;
+    GLint view, pointer, clips;
 };
 
 // The material stages (glass, shape, glyph) come in variants, all built by vg_open: the corner
@@ -316,13 +316,7 @@ GLuint make_program(const char* vertex, const char* fragment, const char* define
 
 MaterialUniforms material_uniforms(GLuint program) {
     auto at = [program](const char* name) { return glGetUniformLocation_(program, name); };
-    return {at("view"),
-            at("pointerv"),
-            at("shapeClipCount"),
-            at("shapeClipRects[0]"),
-            at("shapeClipRadii[0]"),
-            at("shapeClipHandles[0]"),
-            at("shapeClipInfo[0]")};
+    return {at("view"), at("pointerv"), at("shapeClips[0]")};
 }
 
 bool has_extension(const char* name) {
@@ -456,6 +450,12 @@ struct GlState {
     GLint clip_distance_count;
 };
 
+// What prepare_state sets unless the host had it so already.
+bool mask_all_on(const GlState& s) {
+    return s.color_mask[0] && s.color_mask[1] && s.color_mask[2] && s.color_mask[3];
+}
+bool fills(const GlState& s) { return s.polygon_mode[0] == GL_FILL && s.polygon_mode[1] == GL_FILL; }
+
 constexpr GLenum blend_queries[6] = {GL_BLEND_SRC_RGB,   GL_BLEND_DST_RGB,      GL_BLEND_SRC_ALPHA,
                                      GL_BLEND_DST_ALPHA, GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA};
 
@@ -499,24 +499,22 @@ void save_state(GlState& s) {
 
 // Everything a draw depends on is set here or by snapshot, so no host setting leaks in.
 void prepare_state(const GlState& s) {
-    for (GLenum flag : saved_enables) glDisable_(flag);
-    glDisablei_(GL_BLEND, 0);
-    for (int i = 0; i < s.clip_distance_count; ++i) glDisable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
-    if (s.compatibility) glDisable_(GL_ALPHA_TEST);
-    glColorMaski_(0, 1, 1, 1, 1);
-    glPolygonMode_(GL_FRONT_AND_BACK, GL_FILL);
-    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
-    for (GLuint unit = 0; unit < 2; ++unit) glBindSampler_(unit, 0);
+    for (int i = 0; i < enable_count; ++i)
+        if (s.enabled[i]) glDisable_(saved_enables[i]);
+    if (s.blend_enabled) glDisablei_(GL_BLEND, 0);
+    for (int i = 0; i < s.clip_distance_count; ++i)
+        if (s.clip_distance[i]) glDisable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
+    if (s.alpha_test) glDisable_(GL_ALPHA_TEST);
+    if (!mask_all_on(s)) glColorMaski_(0, 1, 1, 1, 1);
+    if (!fills(s)) glPolygonMode_(GL_FRONT_AND_BACK, GL_FILL);
+    if (s.unpack_buffer) glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
+    for (GLuint unit = 0; unit < 2; ++unit)
+        if (s.sampler[unit]) glBindSampler_(unit, 0);
     glBindVertexArray_(vao);
 }
 
-void set_enabled(GLenum flag, bool on) {
-    if (on)
-        glEnable_(flag);
-    else
-        glDisable_(flag);
-}
-
+// Puts back what prepare_state and the work after it changed. Of the enables only the scissor
+// test and blending are ever turned on while the backend works.
 void restore_state(const GlState& s) {
     auto u = [](GLint v) { return static_cast<GLuint>(v); };
     auto e = [](GLint v) { return static_cast<GLenum>(v); };
@@ -526,13 +524,15 @@ void restore_state(const GlState& s) {
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, u(s.read_framebuffer));
     glViewport_(s.viewport[0], s.viewport[1], s.viewport[2], s.viewport[3]);
     glScissor_(s.scissor[0], s.scissor[1], s.scissor[2], s.scissor[3]);
-    if (s.polygon_mode[0] == s.polygon_mode[1]) {
-        glPolygonMode_(GL_FRONT_AND_BACK, e(s.polygon_mode[0]));
-    } else {
+    if (s.polygon_mode[0] != s.polygon_mode[1]) {
         glPolygonMode_(GL_FRONT, e(s.polygon_mode[0]));
         glPolygonMode_(GL_BACK, e(s.polygon_mode[1]));
+    } else if (!fills(s)) {
+        glPolygonMode_(GL_FRONT_AND_BACK, e(s.polygon_mode[0]));
     }
-    glColorMaski_(0, s.color_mask[0] != 0, s.color_mask[1] != 0, s.color_mask[2] != 0, s.color_mask[3] != 0);
+    if (!mask_all_on(s))
+        glColorMaski_(0, s.color_mask[0] != 0, s.color_mask[1] != 0, s.color_mask[2] != 0,
+                      s.color_mask[3] != 0);
     if (blendFuncIndexed) {
         blendFuncIndexed(0, e(s.blend[0]), e(s.blend[1]), e(s.blend[2]), e(s.blend[3]));
         blendEquationIndexed(0, e(s.blend[4]), e(s.blend[5]));
@@ -544,17 +544,21 @@ void restore_state(const GlState& s) {
         glEnablei_(GL_BLEND, 0);
     else
         glDisablei_(GL_BLEND, 0);
-    for (int i = 0; i < enable_count; ++i) set_enabled(saved_enables[i], s.enabled[i]);
+    for (int i = 0; i < enable_count; ++i)
+        if (s.enabled[i])
+            glEnable_(saved_enables[i]);
+        else if (i == scissor_flag)
+            glDisable_(GL_SCISSOR_TEST);
     for (int i = 0; i < s.clip_distance_count; ++i)
-        set_enabled(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i), s.clip_distance[i]);
-    if (s.compatibility) set_enabled(GL_ALPHA_TEST, s.alpha_test);
+        if (s.clip_distance[i]) glEnable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
+    if (s.alpha_test) glEnable_(GL_ALPHA_TEST);
     for (GLuint unit = 0; unit < 2; ++unit) {
         glActiveTexture_(GL_TEXTURE0 + unit);
         glBindTexture_(GL_TEXTURE_2D, u(s.texture[unit]));
-        glBindSampler_(unit, u(s.sampler[unit]));
+        if (s.sampler[unit]) glBindSampler_(unit, u(s.sampler[unit]));
     }
     glActiveTexture_(e(s.active_unit));
-    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, u(s.unpack_buffer));
+    if (s.unpack_buffer) glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, u(s.unpack_buffer));
 }
 
 // ---- frozen scene -------------------------------------------------------------------------
@@ -892,31 +896,31 @@ unsigned vg_gl_error() { return opened ? glGetError_() : 0u; }
 
 namespace {
 
-// The shaped clip stack of one frame, uploaded lazily per program.
+// The shaped clip stack of one frame, uploaded lazily per program as the shaders read it: the
+// depth, then per clip 16 floats, its box, radii, handles and info (cubic, coverage mode).
 struct ClipStack {
-    float rects[max_clips * 4];
-    float radii[max_clips * 4];
-    float handles[max_clips * 4];
-    float info[max_clips * 4];
+    float data[4 + max_clips * 16] = {};
     int depth = 0;
     int cubic = 0; // how many of them have cubic corners
 
+    const float* clip(int i) const { return data + 4 + i * 16; }
     // Takes a push (kind 10) or a pop (kind 11), which commands_valid has balanced.
     void apply(const float* c, int kind) {
         if (kind == 11) {
             --depth;
-            cubic -= info[depth * 4] > .5f;
-            return;
+            cubic -= clip(depth)[12] > .5f;
+        } else {
+            float* at = data + 4 + depth * 16;
+            std::memcpy(at, c + 1, 4 * sizeof(float));
+            std::memcpy(at + 4, c + 28, 4 * sizeof(float));
+            std::memcpy(at + 8, c + 32, 4 * sizeof(float));
+            at[12] = c[44];
+            at[13] = c[27];
+            at[14] = at[15] = 0;
+            cubic += c[44] > .5f;
+            ++depth;
         }
-        std::memcpy(rects + depth * 4, c + 1, 4 * sizeof(float));
-        std::memcpy(radii + depth * 4, c + 28, 4 * sizeof(float));
-        std::memcpy(handles + depth * 4, c + 32, 4 * sizeof(float));
-        float* at = info + depth * 4;
-        at[0] = c[44];
-        at[1] = c[27];
-        at[2] = at[3] = 0;
-        cubic += c[44] > .5f;
-        ++depth;
+        data[0] = static_cast<float>(depth);
     }
 
     // The clip work a draw whose fragments lie in `r` (logical x0, y0, x1, y1) needs. A clip is
@@ -930,8 +934,8 @@ struct ClipStack {
             if (!std::isfinite(r[i])) return all;
         int variant = 0;
         for (int i = 0; i < depth; ++i) {
-            const float* b = rects + i * 4;
-            const float* radius = radii + i * 4;
+            const float* b = clip(i);
+            const float* radius = b + 4;
             if (!(b[2] > 0 && b[3] > 0)) return all; // an empty clip hides everything
             const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
             const float limit = std::min(b[2], b[3]) * .5f;
@@ -949,7 +953,7 @@ struct ClipStack {
                 r[0] >= x0 + margin && r[2] <= x1 - margin && r[1] >= y0 + margin && r[3] <= y1 - margin;
             if (inside && !corner) continue;
             variant |= variant_clips;
-            if (corner && info[i * 4] > .5f) variant |= variant_cubic_clips;
+            if (corner && b[12] > .5f) variant |= variant_cubic_clips;
         }
         return variant;
     }
@@ -1000,8 +1004,8 @@ struct Bindings {
 // each with the variant it needs: the corner squares, grown by a unit so that rounding never puts
 // a fragment that needs the search outside them; for glass the inside past its rim; and the rest.
 struct Pieces {
-    Area at[13];
-    int variant[13];
+    Area at[9];
+    int variant[9];
     int count = 0;
 };
 
@@ -1052,31 +1056,37 @@ bool split_surface(const float* c, float sx, float sy, int height, const Area& c
               b3 = reach[3] < 0 ? qy1 : y(y1 - reach[3], false);
     if (a0 > a1 || a3 > a2 || std::max(b0, b1) > std::min(b2, b3)) return false;
     // The inside, if any, between the top band (corners 0 and 1) and the bottom one (2 and 3).
-    int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
-    int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
-    if (!(inside > 0) || ix0 >= ix1 || top >= bottom || top < std::max(b0, b1) || bottom > std::min(b2, b3) ||
-        ix0 < std::max(a0, a3) || ix1 > std::min(a1, a2)) {
-        top = bottom = std::max(b0, b1);
-        ix0 = ix1 = qx0;
-    }
+    const int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
+    const int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
+    const bool has_inside = inside > 0 && ix0 < ix1 && top < bottom && top >= std::max(b0, b1) &&
+                            bottom <= std::min(b2, b3) && ix0 >= std::max(a0, a3) && ix1 <= std::min(a1, a2);
     auto add = [&](int left, int upper, int right, int lower, int variant) {
         if (right <= left || lower <= upper) return;
         out.at[out.count] = {left, height - lower, right, height - upper};
         out.variant[out.count++] = variant;
     };
-    add(a0, qy0, a1, top, base);
-    add(qx0, b0, a0, top, base);
-    add(a1, b1, qx1, top, base);
-    add(qx0, top, ix0, bottom, base);
-    add(ix1, top, qx1, bottom, base);
-    add(a3, bottom, a2, qy1, base);
-    add(qx0, bottom, a3, b3, base);
-    add(a2, bottom, qx1, b2, base);
-    add(qx0, qy0, a0, b0, base | corner);
-    add(a1, qy0, qx1, b1, base | corner);
-    add(a2, b2, qx1, qy1, base | corner);
-    add(qx0, b3, a3, qy1, base | corner);
-    add(ix0, top, ix1, bottom, variant_common);
+    // The corner search is right everywhere, so the corner squares grow where that saves pieces:
+    // to the inside's corners, or without one to the deeper square of their band.
+    if (has_inside) {
+        add(qx0, qy0, ix0, top, base | corner);
+        add(ix1, qy0, qx1, top, base | corner);
+        add(ix1, bottom, qx1, qy1, base | corner);
+        add(qx0, bottom, ix0, qy1, base | corner);
+        add(ix0, qy0, ix1, top, base);
+        add(qx0, top, ix0, bottom, base);
+        add(ix1, top, qx1, bottom, base);
+        add(ix0, bottom, ix1, qy1, base);
+        add(ix0, top, ix1, bottom, variant_common);
+        return true;
+    }
+    const int band_top = std::max(b0, b1), band_bottom = std::min(b2, b3);
+    add(qx0, qy0, a0, band_top, base | corner);
+    add(a1, qy0, qx1, band_top, base | corner);
+    add(a2, band_bottom, qx1, qy1, base | corner);
+    add(qx0, band_bottom, a3, qy1, base | corner);
+    add(a0, qy0, a1, band_top, base);
+    add(qx0, band_top, qx1, band_bottom, base);
+    add(a3, band_bottom, a2, qy1, base);
     return true;
 }
 
@@ -1127,7 +1137,7 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
     const int run_capacity = window_commands - static_cast<int>(window_alignment) + 1;
     ClipStack clips;
     unsigned clip_stamp = 0;
-    bool open = false;
+    bool open = false, reverse = false;
     // Whether `a` holds all of `e` (x0, y0, x1, y1, y-up pixels); false for NaN.
     auto holds = [](const Area& a, const float* e) {
         return e[0] >= static_cast<float>(a.x0) && e[1] >= static_cast<float>(a.y0) &&
@@ -1140,7 +1150,7 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
         const std::size_t at = command_data.size / command_floats - 1;
         Run* run = open ? runs.data + runs.size - 1 : nullptr;
         if (run && (run->material != &m || run->texture != texture || run->first + run->count != at ||
-                    run->count == run_capacity || (m.u.clip_count >= 0 && run->clips != clip_stamp)))
+                    run->count == run_capacity || (m.u.clips >= 0 && run->clips != clip_stamp)))
             run = nullptr;
         if (run && inside && !holds(run->box, extent)) run = nullptr;
         if (run && !inside && !(run->box == box)) {
@@ -1214,7 +1224,11 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
                 return false;
             continue;
         }
-        for (int p = 0; p < pieces.count; ++p) {
+        // Every other surface takes its pieces backwards, so that one program serves the last
+        // pieces of a surface and the first of the next.
+        reverse = !reverse;
+        for (int n = 0; n < pieces.count; ++n) {
+            const int p = reverse ? pieces.count - 1 - n : n;
             const Area& a = pieces.at[p];
             const float extent[4] = {static_cast<float>(a.x0), static_cast<float>(a.y0),
                                      static_cast<float>(a.x1), static_cast<float>(a.y1)};
@@ -1348,14 +1362,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
             if (u.pointer >= 0) glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
             m.frame_serial = frame_serial;
         }
-        if (u.clip_count >= 0 && m.clip_serial != clip_serial) { // a variant without clips has none
-            glUniform1i_(u.clip_count, clips.depth);
-            if (clips.depth != 0) {
-                glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
-                glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
-                glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
-                glUniform4fv_(u.clip_info, clips.depth, clips.info);
-            }
+        if (u.clips >= 0 && m.clip_serial != clip_serial) { // a variant without clips has none
+            glUniform4fv_(u.clips, 1 + clips.depth * 4, clips.data);
             m.clip_serial = clip_serial;
         }
         if (r.stage == 0) {
