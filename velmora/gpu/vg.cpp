@@ -149,7 +149,7 @@ constexpr int variant_clips = 2;       // the shaped-clip loop
 constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
 constexpr int variant_common = 8;      // only the common case: boxes, bitmap glyphs, glass past its rim
 constexpr int variant_count = 16;
-constexpr int variant_all = 7; // the texts as given, built by vg_open
+constexpr int variant_all = 7; // the texts as given, which serve where a variant failed to build
 constexpr int stage_count = 3;
 
 struct Material {
@@ -368,6 +368,11 @@ int distinct_variant(int stage, int variant) {
     const bool common = (variant & variant_common) != 0;
     if (stage == 2 || (stage == 0 && common) || (stage == 1 && !common)) variant &= ~variant_cubic;
     if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
+    // Signed-distance glyphs always, and shapes other than boxes wherever a clip reaches them,
+    // take the whole clip loop: the cheaper programs would serve none of the 21,000 commands of
+    // a render-all run (the Renderer draws bitmap glyphs) and cost about 1.5 MiB each.
+    if (stage == 2 && !common) return variant_clips | variant_cubic_clips;
+    if (stage == 1 && !common && (variant & variant_clips)) variant |= variant_cubic_clips;
     return variant;
 }
 
@@ -822,26 +827,26 @@ int vg_open(const char* const* shaders) {
 
     const char* fullscreen = shaders[0];
     const char* rect = shaders[3];
-    // All five are built even after a failure; last_error keeps the last log.
+    // Every program, so that no frame compiles, even after a failure. A variant that fails is
+    // served by the texts as given, built only then; should those fail too, so does vg_open, with
+    // the last log in last_error.
     program_bg = make_program(fullscreen, shaders[1]);
     program_blur = make_program(fullscreen, shaders[2]);
     bool built = program_bg && program_blur;
-    for (int stage = 0; stage < stage_count; ++stage)
-        built = build_material(stage, variant_all, rect, shaders[4 + stage]) && built;
+    for (int stage = 0; stage < stage_count; ++stage) {
+        bool variants = true;
+        for (int variant = 0; variant < variant_count; ++variant)
+            if (distinct_variant(stage, variant) == variant)
+                variants = build_material(stage, variant, rect, shaders[4 + stage]) && variants;
+        if (!variants && !materials[stage][variant_all].program)
+            built = build_material(stage, variant_all, rect, shaders[4 + stage]) && built;
+    }
     if (!built) {
         restore_state(host);
         delete_resources();
         return fail(nullptr);
     }
-    // Then every variant, so that no frame compiles; one that fails leaves the full program to
-    // serve in its place, and its log unreported.
-    char kept[error_capacity];
-    std::memcpy(kept, last_error, error_capacity);
-    for (int stage = 0; stage < stage_count; ++stage)
-        for (int variant = 0; variant < variant_count; ++variant)
-            if (variant != variant_all && distinct_variant(stage, variant) == variant)
-                build_material(stage, variant, rect, shaders[4 + stage]);
-    std::memcpy(last_error, kept, error_capacity);
+    last_error[0] = '\0';
 
     auto at = [](GLuint program, const char* name) { return glGetUniformLocation_(program, name); };
     bg_res = at(program_bg, "res");
