@@ -1059,7 +1059,7 @@ bool split_surface(const float* c, float sx, float sy, int height, const Area& c
               b2 = reach[2] < 0 ? qy1 : y(y1 - reach[2], false);
     const int a3 = reach[3] < 0 ? qx0 : x(x0 + reach[3], true),
               b3 = reach[3] < 0 ? qy1 : y(y1 - reach[3], false);
-    if (a0 > a1 || a3 > a2 || std::max(b0, b1) > std::min(b2, b3)) return false;
+    if (std::max(a0, a3) > std::min(a1, a2) || std::max(b0, b1) > std::min(b2, b3)) return false;
     // The inside, if any, between the top band (corners 0 and 1) and the bottom one (2 and 3).
     const int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
     const int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
@@ -1070,28 +1070,23 @@ bool split_surface(const float* c, float sx, float sy, int height, const Area& c
         out.at[out.count] = {left, height - lower, right, height - upper};
         out.variant[out.count++] = variant;
     };
-    // The corner search is right everywhere, so the corner squares grow where that saves pieces:
-    // to the inside's corners, or without one to the deeper square of their band.
-    if (has_inside) {
-        add(qx0, qy0, ix0, top, base | corner);
-        add(ix1, qy0, qx1, top, base | corner);
-        add(ix1, bottom, qx1, qy1, base | corner);
-        add(qx0, bottom, ix0, qy1, base | corner);
-        add(ix0, qy0, ix1, top, base);
-        add(qx0, top, ix0, bottom, base);
-        add(ix1, top, qx1, bottom, base);
-        add(ix0, bottom, ix1, qy1, base);
-        add(ix0, top, ix1, bottom, variant_common);
+    // A 3 x 3 grid: the corner cells hold the corner squares and take the search, which is right
+    // everywhere; the middle cell is the inside when there is one, else one band with its sides.
+    const int xl = has_inside ? ix0 : std::max(a0, a3), xr = has_inside ? ix1 : std::min(a1, a2);
+    const int yt = has_inside ? top : std::max(b0, b1), yb = has_inside ? bottom : std::min(b2, b3);
+    add(qx0, qy0, xl, yt, base | corner);
+    add(xr, qy0, qx1, yt, base | corner);
+    add(xr, yb, qx1, qy1, base | corner);
+    add(qx0, yb, xl, qy1, base | corner);
+    add(xl, qy0, xr, yt, base);
+    add(xl, yb, xr, qy1, base);
+    if (!has_inside) {
+        add(qx0, yt, qx1, yb, base);
         return true;
     }
-    const int band_top = std::max(b0, b1), band_bottom = std::min(b2, b3);
-    add(qx0, qy0, a0, band_top, base | corner);
-    add(a1, qy0, qx1, band_top, base | corner);
-    add(a2, band_bottom, qx1, qy1, base | corner);
-    add(qx0, band_bottom, a3, qy1, base | corner);
-    add(a0, qy0, a1, band_top, base);
-    add(qx0, band_top, qx1, band_bottom, base);
-    add(a3, band_bottom, a2, qy1, base);
+    add(qx0, yt, xl, yb, base);
+    add(xr, yt, qx1, yb, base);
+    add(xl, yt, xr, yb, variant_common);
     return true;
 }
 
