@@ -9,7 +9,7 @@
 //   device                      vg_open, vg_close, vg_device, vg_error, vg_gl_error
 //   host state                  GlState, save_state, prepare_state, restore_state
 //   frozen scene                resize_textures, snapshot
-//   frame submission            vg_submit
+//   frame submission            plan (runs of commands), vg_submit
 //   textures and read-back      vg_background, vg_texture, vg_upload, vg_delete_texture,
 //                               vg_read_pixels
 #include "velmora/gpu/vg.hpp"
@@ -220,8 +220,8 @@ struct Run {
 // read a window of them, bound at an offset the driver accepts.
 constexpr int command_floats = 64;
 GLuint command_buffer = 0;
-int window_commands = 0;      // commands in one window: the block's size
-std::size_t window_alignment; // of a window's start, in commands
+int window_commands = 0;          // commands in one window: the block's size
+std::size_t window_alignment = 1; // of a window's start, in commands
 Pool<float> command_data;
 Pool<Run> runs;
 
@@ -1134,7 +1134,7 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
     // Two units and two pixels: past anti-aliasing and rounding at any scale.
     const float clip_margin = 2 + 2 / std::min(frame.sx, frame.sy);
     // A run fits in a window that starts at an aligned command at or before its first.
-    const int run_capacity = window_commands - static_cast<int>(window_alignment) + 1;
+    const int run_capacity = std::max(window_commands - static_cast<int>(window_alignment) + 1, 1);
     ClipStack clips;
     unsigned clip_stamp = 0;
     bool open = false, reverse = false;
