@@ -82,8 +82,9 @@ unsigned vg_gl_error();
 // before the first command and again at each backdrop command.
 // Needs: an open device, a current context, a single-sample target.
 // GL state: the saved state, plus the read buffer and the draw buffers of `framebuffer` and the
-// uniform buffer bindings (the generic one and binding point 0, with its range), are restored. The colour contents of the target are the only lasting change. The backend's own
-// textures and framebuffers are (re)allocated when the size changes.
+// uniform buffer bindings (the generic one and binding point 0, with its range), are restored.
+// The colour contents of the target are the only lasting change. The backend's own textures and
+// framebuffers are (re)allocated when the size changes.
 void vg_submit(const float* commands, std::size_t float_count, int command_count, unsigned framebuffer,
                unsigned buffer, int width, int height, float logical_width, float logical_height, float sigma,
                float pointer_x, float pointer_y);
