@@ -1,13 +1,69 @@
-// Costs of the GPU backend: the processor time vg_submit spends per command, the frame time of
-// a full-screen glass surface with and without blur, and the floor under every frame. "CPU" of
-// the frame benchmarks is the whole process's, the rasteriser's threads included: on a busy
-// machine it is steadier than the wall clock.
+// Costs of the GPU backend: the processor time vg_submit spends per command, the GL calls and
+// the main thread's time of a gallery frame, vg_open, the frame time of a full-screen glass
+// surface with and without blur, and the floor under every frame. "CPU" of the frame benchmarks
+// is the whole process's, the rasteriser's threads included: on a busy machine it is steadier
+// than the wall clock.
 #include "gl_context.hpp"
 #include "velmora/core/canvas.hpp"
+#include "velmora/gpu/gl_entry_points.hpp"
+#include "velmora/gpu/gl_loader.hpp"
 #include "velmora/gpu/vg.hpp"
 
 #include <benchmark/benchmark.h>
+#include <cstring>
 #include <stdexcept>
+
+#if defined(VELMORA_GALLERY)
+#include "gallery/gallery.hpp"
+#include "velmora/renderer/renderer.hpp"
+#endif
+
+// ---- GL call counter -------------------------------------------------------------------------
+// The link wraps the loader's two resolvers (--wrap), so every entry point of the required list
+// that vg_open resolves is handed out as a wrapper that counts its calls. The library itself is
+// unchanged. The optional per-buffer blend and draw-buffer entries stay uncounted: a few calls
+// per submit.
+
+namespace {
+
+long long gl_calls = 0;
+
+template <typename Tag, typename F> struct Counted;
+template <typename Tag, typename R, typename... A> struct Counted<Tag, R(VG_APIENTRY*)(A...)> {
+    static inline R(VG_APIENTRY* real)(A...) = nullptr;
+    static R VG_APIENTRY call(A... a) {
+        ++gl_calls;
+        return real(a...);
+    }
+};
+
+using velmora::gpu::GlProc;
+
+GlProc counting(const char* name, GlProc real) {
+    if (reinterpret_cast<std::uintptr_t>(real) < 4 || reinterpret_cast<std::intptr_t>(real) == -1)
+        return real;
+#define VG_COUNT_ENTRY(ret, entry, args)                                                                     \
+    if (std::strcmp(name, #entry) == 0) {                                                                    \
+        struct entry##_tag;                                                                                  \
+        using Wrapper = Counted<entry##_tag, ret(VG_APIENTRY*) args>;                                        \
+        Wrapper::real = reinterpret_cast<ret(VG_APIENTRY*) args>(real);                                      \
+        return reinterpret_cast<GlProc>(&Wrapper::call);                                                     \
+    }
+    VG_REQUIRED_ENTRY_POINTS(VG_COUNT_ENTRY)
+#undef VG_COUNT_ENTRY
+    return real;
+}
+
+} // namespace
+
+extern "C" GlProc __real__ZN7velmora3gpu15gl_context_procEPKc(const char* name);
+extern "C" GlProc __real__ZN7velmora3gpu15gl_library_procEPKc(const char* name);
+extern "C" GlProc __wrap__ZN7velmora3gpu15gl_context_procEPKc(const char* name) {
+    return counting(name, __real__ZN7velmora3gpu15gl_context_procEPKc(name));
+}
+extern "C" GlProc __wrap__ZN7velmora3gpu15gl_library_procEPKc(const char* name) {
+    return counting(name, __real__ZN7velmora3gpu15gl_library_procEPKc(name));
+}
 
 namespace {
 
@@ -44,15 +100,92 @@ void BM_SubmitPerCommand(benchmark::State& state) {
         canvas.fill({x, y, 2, 2}, 0xFF80C0FFu, 1);
         if (i % 64 == 63 || i == count - 1) canvas.pop_clip();
     }
+    long long calls = 0;
     for (auto _ : state) {
+        const long long before = gl_calls;
         device.submit(canvas, 0);
+        calls = gl_calls - before;
         state.PauseTiming();
         device.context.finish();
         state.ResumeTiming();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(canvas.commands().size()));
+    state.counters["GL calls/frame"] = static_cast<double>(calls);
 }
 BENCHMARK(BM_SubmitPerCommand)->Arg(1000)->Arg(4000)->Unit(benchmark::kMicrosecond);
+
+// vg_open on a fresh context: entry points, programs and objects, until it returns. The
+// rasteriser compiles a program's machine code at its first draw, which the first frame pays.
+void BM_Open(benchmark::State& state) {
+    GlTestContext context(64, 64);
+    for (auto _ : state) {
+        vg_clear_error();
+        if (!vg_open(velmora_shaders)) state.SkipWithError(vg_error());
+        state.PauseTiming();
+        vg_close();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_Open)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+#if defined(VELMORA_GALLERY)
+// The first section of the gallery at 1280x800 through the Renderer, as the program draws it:
+// "CPU" is the main thread's time inside Renderer::render alone, the counters what one frame
+// (background and render) asks of GL.
+void BM_GalleryFrame(benchmark::State& state) {
+    namespace gallery = ::gallery;
+    GlTestContext context(1280, 800);
+    ui::Renderer renderer;
+    ui::Canvas canvas;
+    gallery::Gallery scene;
+    scene.select(static_cast<int>(state.range(0)));
+    double time = 1;
+    long long calls = 0;
+    auto record = [&] {
+        renderer.background(1280, 800, static_cast<float>(time), scene.theme, true);
+        renderer.begin(canvas, 1280, 800, gallery::logical_width, gallery::logical_height, scene.theme);
+        scene.frame(canvas, ui::Input{}, time);
+        time += 1.0 / 60;
+    };
+    for (int i = 0; i < 5; ++i) { // lays the section out, fills the atlases, compiles the shaders
+        record();
+        renderer.render(canvas, 1280, 800, {-1, -1}, 0, vg_back_buffer);
+    }
+    context.finish();
+    for (auto _ : state) {
+        state.PauseTiming();
+        const long long before = gl_calls;
+        record();
+        state.ResumeTiming();
+        renderer.render(canvas, 1280, 800, {-1, -1}, 0, vg_back_buffer);
+        state.PauseTiming();
+        calls = gl_calls - before;
+        context.finish();
+        state.ResumeTiming();
+    }
+    state.counters["GL calls/frame"] = static_cast<double>(calls);
+    state.counters["commands/frame"] = static_cast<double>(canvas.commands().size());
+}
+BENCHMARK(BM_GalleryFrame)->Arg(0)->Unit(benchmark::kMillisecond);
+
+// Start-up as far as the backend shares it: from the Renderer (and with it vg_open) to the first
+// gallery frame finished, the rasteriser compiling every program that frame draws with.
+void BM_FirstFrame(benchmark::State& state) {
+    namespace gallery = ::gallery;
+    GlTestContext context(1280, 800);
+    for (auto _ : state) {
+        ui::Renderer renderer;
+        ui::Canvas canvas;
+        gallery::Gallery scene;
+        renderer.background(1280, 800, 1, scene.theme, true);
+        renderer.begin(canvas, 1280, 800, gallery::logical_width, gallery::logical_height, scene.theme);
+        scene.frame(canvas, ui::Input{}, 1);
+        renderer.render(canvas, 1280, 800, {-1, -1}, 0, vg_back_buffer);
+        context.finish();
+    }
+}
+BENCHMARK(BM_FirstFrame)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+#endif
 
 // The background, then one submit of `canvas`, waited for until the GPU is done.
 void glass_frames(benchmark::State& state, const ui::Canvas& canvas, int width, int height, float sigma) {

@@ -166,6 +166,8 @@ protected:
         glPointSize(static_cast<float>(number(1, 8, 1)));
         glHint(GL_FRAGMENT_SHADER_DERIVATIVE_HINT, pick(GL_DONT_CARE, GL_FASTEST, GL_NICEST));
         glBindBuffer(GL_ARRAY_BUFFER, coin() ? buffers[0] : 0);
+        // Binding point 0 of uniform buffers, a range of a buffer or none, then the generic one.
+        glBindBufferRange(GL_UNIFORM_BUFFER, 0, coin() ? buffers[0] : 0, 256 * number(0, 3, 0), 512);
         glBindBuffer(GL_UNIFORM_BUFFER, coin() ? buffers[1] : 0);
         glBindBuffer(GL_COPY_READ_BUFFER, coin() ? buffers[0] : 0);
         glBindRenderbuffer(GL_RENDERBUFFER, coin() ? renderbuffer : 0);
@@ -232,10 +234,13 @@ protected:
         real(GL_DEPTH_RANGE, 2);
         real(GL_COLOR_CLEAR_VALUE, 4);
         real(GL_BLEND_COLOR, 4);
-        GLint indexed[5] = {};
+        GLint indexed[8] = {};
         glGetIntegeri_v(GL_COLOR_WRITEMASK, 0, indexed);
         glGetIntegeri_v(GL_SAMPLE_MASK_VALUE, 0, indexed + 4);
-        add(GL_COLOR_WRITEMASK, 5, indexed, 1);
+        glGetIntegeri_v(GL_UNIFORM_BUFFER_BINDING, 0, indexed + 5);
+        glGetIntegeri_v(GL_UNIFORM_BUFFER_START, 0, indexed + 6);
+        glGetIntegeri_v(GL_UNIFORM_BUFFER_SIZE, 0, indexed + 7);
+        add(GL_COLOR_WRITEMASK, 8, indexed, 1);
         std::vector<GLenum> enables = flags();
         if (context->compatibility()) enables.push_back(GL_ALPHA_TEST);
         for (GLenum e : enables) s.emplace_back("enabled " + std::to_string(e), glIsEnabled(e));

@@ -28,6 +28,7 @@ template <typename F> F resolve(const char* name) {
 FORWARD(void, glActiveTexture, (GLenum a), (a))
 FORWARD(void, glAttachShader, (GLuint a, GLuint b), (a, b))
 FORWARD(void, glBindBuffer, (GLenum a, GLuint b), (a, b))
+FORWARD(void, glBindBufferRange, (GLenum a, GLuint b, GLuint c, GLintptr d, GLsizeiptr e), (a, b, c, d, e))
 FORWARD(void, glBindFramebuffer, (GLenum a, GLuint b), (a, b))
 FORWARD(void, glBindRenderbuffer, (GLenum a, GLuint b), (a, b))
 FORWARD(void, glBindSampler, (GLuint a, GLuint b), (a, b))

@@ -108,19 +108,54 @@ void main() {
 
 // ---- rect vertex --------------------------------------------------------------------------
 
-// Six vertices without attributes. The quad overreaches the shape by a pad so anti-aliased
-// edges are never cut; glyph cells and the colour plane map exactly. The y flip lives here only.
+// Six vertices without attributes per command: vertex 6 i + k is corner k of command i of the
+// uniform block's window, whose 16 vec4 are the command's 64 floats (slot 22 holding the blur
+// weight the frame gives glass). The quad overreaches the shape by a pad so anti-aliased edges
+// are never cut; glyph cells and the colour plane map exactly. The command's values reach the
+// fragment stage as flat varyings. The y flip lives here only.
 constexpr char rect_vertex_body[] = R"(
-uniform vec4 rect;
+#ifndef COMMAND_SLOTS
+#define COMMAND_SLOTS 4096
+#endif
+layout(std140) uniform Commands {
+    vec4 slots[COMMAND_SLOTS];
+};
 uniform vec2 view;
-uniform int kind;
-uniform vec4 extra;
+flat out int kind;
+flat out vec4 rect;
+flat out vec4 ink;
+flat out vec4 extra;
+flat out vec4 texRect;
+flat out vec4 optics;
+flat out vec4 material;
+flat out vec4 cornerRadii;
+flat out vec4 cornerHandles;
+flat out vec4 quality;
+flat out vec4 highlightColor;
+flat out vec4 shadowColor;
 out vec2 pui;
 out vec2 uv;
 const vec2 P[6] = vec2[6](vec2(0.0, 0.0), vec2(1.0, 0.0), vec2(0.0, 1.0),
                           vec2(0.0, 1.0), vec2(1.0, 0.0), vec2(1.0, 1.0));
+int base;
+float at(int i) { return slots[base + i / 4][i % 4]; }
+vec4 at4(int i) { return slots[base + i / 4]; }
 void main() {
-    uv = P[gl_VertexID];
+    base = gl_VertexID / 6 * 16;
+    kind = int(at(0));
+    rect = vec4(at(1), at(2), at(3), at(4));
+    ink = vec4(at(6), at(7), at(8), at(9));
+    extra = vec4(at(10), at(11), at(12), 0.0);
+    texRect = vec4(at(13), at(14), at(15), at(16));
+    optics = vec4(at(23), at(26), at(22), 0.0);
+    material = vec4(at(25), at(24), 0.0, 0.0);
+    quality = vec4(at(27), at(44), at(45), 0.0);
+    cornerRadii = at4(28);
+    cornerHandles = at4(32);
+    highlightColor = at4(36);
+    shadowColor = at4(40);
+
+    uv = P[gl_VertexID % 6];
     vec2 pos = rect.xy;
     vec2 sz = rect.zw;
     float pad = 2.0;
@@ -155,14 +190,13 @@ constexpr char contour_block[] = R"(
 #ifndef CUBIC_CLIPS
 #define CUBIC_CLIPS 1
 #endif
-uniform vec4 cornerRadii;
-uniform vec4 cornerHandles;
-uniform vec4 quality;
-uniform int shapeClipCount;
-uniform vec4 shapeClipRects[32];
-uniform vec4 shapeClipRadii[32];
-uniform vec4 shapeClipHandles[32];
-uniform vec4 shapeClipInfo[32];
+flat in vec4 cornerRadii;
+flat in vec4 cornerHandles;
+flat in vec4 quality;
+
+// The shaped clips: the count in [0].x, then per clip its box, radii, handles and info
+// (cubic, coverage mode).
+uniform vec4 shapeClips[129];
 
 vec2 cubicPoint(float t, float r, float k) {
     float u = 1.0 - t;
@@ -274,14 +308,15 @@ float contentCoverage(vec2 point) {
     vec2 dx = dFdx(point);
     vec2 dy = dFdy(point);
     float result = 1.0;
+    int count = int(shapeClips[0].x);
     for (int i = 0; i < 32; ++i) {
-        if (i >= shapeClipCount) break;
-        vec4 box = shapeClipRects[i];
+        if (i >= count) break;
+        vec4 box = shapeClips[1 + 4 * i];
         if (box.z <= 0.0 || box.w <= 0.0) return 0.0;
-        vec3 f = boxFieldProfile(point, box, shapeClipRadii[i], shapeClipHandles[i], shapeClipInfo[i].x,
-                                 CUBIC_CLIPS != 0);
+        vec4 info = shapeClips[4 + 4 * i];
+        vec3 f = boxFieldProfile(point, box, shapeClips[2 + 4 * i], shapeClips[3 + 4 * i], info.x, CUBIC_CLIPS != 0);
         vec2 gradient = vec2(dot(f.xy, dx), dot(f.xy, dy));
-        result = min(result, coverageMode(f.z, gradient, shapeClipInfo[i].y));
+        result = min(result, coverageMode(f.z, gradient, info.y));
     }
     return result;
 #else
@@ -305,14 +340,14 @@ in vec2 uv;
 out vec4 color;
 uniform sampler2D sharpTex;
 uniform sampler2D blurTex;
-uniform vec4 rect;
 uniform vec2 view;
-uniform vec4 optics;
-uniform vec4 material;
 uniform vec4 pointerv;
-uniform vec4 ink;
-uniform vec4 highlightColor;
-uniform vec4 shadowColor;
+flat in vec4 rect;
+flat in vec4 optics;
+flat in vec4 material;
+flat in vec4 ink;
+flat in vec4 highlightColor;
+flat in vec4 shadowColor;
 const vec3 LUMA = vec3(.2126, .7152, .0722);
 
 vec2 tuv(vec2 p) {
@@ -409,11 +444,10 @@ constexpr char shape_body[] = R"(
 in vec2 pui;
 in vec2 uv;
 out vec4 color;
-uniform vec4 rect;
-uniform vec4 ink;
-uniform float radius;
-uniform int kind;
-uniform vec4 extra;
+flat in vec4 rect;
+flat in vec4 ink;
+flat in int kind;
+flat in vec4 extra;
 
 vec3 hsv(float h, float s, float v) {
     vec3 rgb = clamp(abs(mod(h * 6.0 + vec3(0.0, 4.0, 2.0), 6.0) - 3.0) - 1.0, 0.0, 1.0);
@@ -479,9 +513,9 @@ in vec2 pui;
 in vec2 uv;
 out vec4 color;
 uniform sampler2D atlas;
-uniform vec4 texRect;
-uniform vec4 ink;
-uniform vec4 extra;
+flat in vec4 texRect;
+flat in vec4 ink;
+flat in vec4 extra;
 
 float sdfCoverage(vec2 coord, float screenRange) {
     float d = texture(atlas, coord).r - .5;

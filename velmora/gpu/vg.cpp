@@ -3,43 +3,31 @@
 //
 // Index:
 //   GL types and constants      the few enumerants used, so no GL header is needed
-//   entry points                the required list, resolved in order into `<name>_` pointers
+//   entry points                `<name>_` pointers for the list in gl_entry_points.hpp
 //   backend state               everything vg_open creates
 //   errors and resolving        last_error, proc, make_program
 //   device                      vg_open, vg_close, vg_device, vg_error, vg_gl_error
 //   host state                  GlState, save_state, prepare_state, restore_state
 //   frozen scene                resize_textures, snapshot
-//   frame submission            vg_submit
+//   frame submission            plan (runs of commands), vg_submit
 //   textures and read-back      vg_background, vg_texture, vg_upload, vg_delete_texture,
 //                               vg_read_pixels
 #include "velmora/gpu/vg.hpp"
 
+#include "velmora/gpu/gl_entry_points.hpp"
 #include "velmora/gpu/gl_loader.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <numeric>
 
 namespace {
 
 // ---- GL types and constants ---------------------------------------------------------------
-
-#if defined(_WIN32) && !defined(_WIN64)
-#define VG_APIENTRY __stdcall
-#else
-#define VG_APIENTRY
-#endif
-
-using GLenum = unsigned;
-using GLuint = unsigned;
-using GLint = int;
-using GLsizei = int;
-using GLboolean = unsigned char;
-using GLfloat = float;
-using GLchar = char;
-using GLbitfield = unsigned;
 
 constexpr GLenum GL_ONE = 1;
 constexpr GLenum GL_TRIANGLES = 0x0004;
@@ -105,11 +93,18 @@ constexpr GLenum GL_VERTEX_ARRAY_BINDING = 0x85B5;
 constexpr GLenum GL_MAX_DRAW_BUFFERS = 0x8824;
 constexpr GLenum GL_DRAW_BUFFER0 = 0x8825;
 constexpr GLenum GL_BLEND_EQUATION_ALPHA = 0x883D;
+constexpr GLenum GL_STREAM_DRAW = 0x88E0;
 constexpr GLenum GL_PIXEL_PACK_BUFFER = 0x88EB;
 constexpr GLenum GL_PIXEL_UNPACK_BUFFER = 0x88EC;
 constexpr GLenum GL_PIXEL_PACK_BUFFER_BINDING = 0x88ED;
 constexpr GLenum GL_PIXEL_UNPACK_BUFFER_BINDING = 0x88EF;
 constexpr GLenum GL_SAMPLER_BINDING = 0x8919;
+constexpr GLenum GL_UNIFORM_BUFFER = 0x8A11;
+constexpr GLenum GL_UNIFORM_BUFFER_BINDING = 0x8A28;
+constexpr GLenum GL_UNIFORM_BUFFER_START = 0x8A29;
+constexpr GLenum GL_UNIFORM_BUFFER_SIZE = 0x8A2A;
+constexpr GLenum GL_MAX_UNIFORM_BLOCK_SIZE = 0x8A30;
+constexpr GLenum GL_UNIFORM_BUFFER_OFFSET_ALIGNMENT = 0x8A34;
 constexpr GLenum GL_FRAGMENT_SHADER = 0x8B30;
 constexpr GLenum GL_VERTEX_SHADER = 0x8B31;
 constexpr GLenum GL_COMPILE_STATUS = 0x8B81;
@@ -130,69 +125,6 @@ constexpr GLint GL_CONTEXT_COMPATIBILITY_PROFILE_BIT = 0x2;
 
 // ---- entry points -------------------------------------------------------------------------
 
-// The required entry points in the order they are resolved; the first missing one fails
-// vg_open by name.
-#define VG_REQUIRED_ENTRY_POINTS(X)                                                                          \
-    X(void, glActiveTexture, (GLenum))                                                                       \
-    X(void, glAttachShader, (GLuint, GLuint))                                                                \
-    X(void, glBindFramebuffer, (GLenum, GLuint))                                                             \
-    X(void, glBindTexture, (GLenum, GLuint))                                                                 \
-    X(void, glBindVertexArray, (GLuint))                                                                     \
-    X(void, glBlendEquationSeparate, (GLenum, GLenum))                                                       \
-    X(void, glBlendFuncSeparate, (GLenum, GLenum, GLenum, GLenum))                                           \
-    X(void, glBlitFramebuffer, (GLint, GLint, GLint, GLint, GLint, GLint, GLint, GLint, GLbitfield, GLenum)) \
-    X(void, glCompileShader, (GLuint))                                                                       \
-    X(GLuint, glCreateProgram, ())                                                                           \
-    X(GLuint, glCreateShader, (GLenum))                                                                      \
-    X(void, glDeleteFramebuffers, (GLsizei, const GLuint*))                                                  \
-    X(void, glDeleteProgram, (GLuint))                                                                       \
-    X(void, glDeleteShader, (GLuint))                                                                        \
-    X(void, glDeleteTextures, (GLsizei, const GLuint*))                                                      \
-    X(void, glDeleteVertexArrays, (GLsizei, const GLuint*))                                                  \
-    X(void, glDisable, (GLenum))                                                                             \
-    X(void, glDrawArrays, (GLenum, GLint, GLsizei))                                                          \
-    X(void, glDrawBuffer, (GLenum))                                                                          \
-    X(void, glEnable, (GLenum))                                                                              \
-    X(void, glFramebufferTexture2D, (GLenum, GLenum, GLenum, GLuint, GLint))                                 \
-    X(void, glGenFramebuffers, (GLsizei, GLuint*))                                                           \
-    X(void, glGenTextures, (GLsizei, GLuint*))                                                               \
-    X(void, glGenVertexArrays, (GLsizei, GLuint*))                                                           \
-    X(GLenum, glCheckFramebufferStatus, (GLenum))                                                            \
-    X(GLenum, glGetError, ())                                                                                \
-    X(void, glGetIntegerv, (GLenum, GLint*))                                                                 \
-    X(void, glGetProgramInfoLog, (GLuint, GLsizei, GLsizei*, GLchar*))                                       \
-    X(void, glGetProgramiv, (GLuint, GLenum, GLint*))                                                        \
-    X(void, glGetShaderInfoLog, (GLuint, GLsizei, GLsizei*, GLchar*))                                        \
-    X(void, glGetShaderiv, (GLuint, GLenum, GLint*))                                                         \
-    X(const unsigned char*, glGetString, (GLenum))                                                           \
-    X(GLint, glGetUniformLocation, (GLuint, const GLchar*))                                                  \
-    X(void, glLinkProgram, (GLuint))                                                                         \
-    X(void, glReadBuffer, (GLenum))                                                                          \
-    X(void, glShaderSource, (GLuint, GLsizei, const GLchar* const*, const GLint*))                           \
-    X(void, glTexImage2D, (GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*))      \
-    X(void, glTexParameteri, (GLenum, GLenum, GLint))                                                        \
-    X(void, glUniform4fv, (GLint, GLsizei, const GLfloat*))                                                  \
-    X(void, glUniform1f, (GLint, GLfloat))                                                                   \
-    X(void, glUniform1i, (GLint, GLint))                                                                     \
-    X(void, glUniform2f, (GLint, GLfloat, GLfloat))                                                          \
-    X(void, glUniform4f, (GLint, GLfloat, GLfloat, GLfloat, GLfloat))                                        \
-    X(void, glUseProgram, (GLuint))                                                                          \
-    X(void, glViewport, (GLint, GLint, GLsizei, GLsizei))                                                    \
-    X(GLboolean, glIsEnabled, (GLenum))                                                                      \
-    X(void, glScissor, (GLint, GLint, GLsizei, GLsizei))                                                     \
-    X(void, glGetIntegeri_v, (GLenum, GLuint, GLint*))                                                       \
-    X(void, glColorMaski, (GLuint, GLboolean, GLboolean, GLboolean, GLboolean))                              \
-    X(GLboolean, glIsEnabledi, (GLenum, GLuint))                                                             \
-    X(void, glEnablei, (GLenum, GLuint))                                                                     \
-    X(void, glDisablei, (GLenum, GLuint))                                                                    \
-    X(void, glBindBuffer, (GLenum, GLuint))                                                                  \
-    X(void, glBindSampler, (GLuint, GLuint))                                                                 \
-    X(void, glPixelStorei, (GLenum, GLint))                                                                  \
-    X(void, glPolygonMode, (GLenum, GLenum))                                                                 \
-    X(void, glTexSubImage2D, (GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*))   \
-    X(void, glReadPixels, (GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void*))                           \
-    X(const unsigned char*, glGetStringi, (GLenum, GLuint))
-
 #define VG_DECLARE_ENTRY(ret, name, args) ret(VG_APIENTRY* name##_) args = nullptr;
 VG_REQUIRED_ENTRY_POINTS(VG_DECLARE_ENTRY)
 #undef VG_DECLARE_ENTRY
@@ -203,12 +135,11 @@ using DrawBuffers = void(VG_APIENTRY*)(GLsizei, const GLenum*);
 
 // ---- backend state ------------------------------------------------------------------------
 
-// Locations of the uniforms shared by the three material programs; -1 where a program lacks
-// the name, which makes the assignment a no-op.
+// Locations of the per-frame uniforms of the three material programs; -1 where a program lacks
+// the name, which makes the assignment a no-op. Each command's own values come from the
+// command block.
 struct MaterialUniforms {
-    GLint rect, view, kind, extra, radius, ink, tex_rect, optics, material, pointer, corner_radii,
-        corner_handles, quality, highlight, shadow, clip_count, clip_rects, clip_radii, clip_handles,
-        clip_info;
+    GLint view, pointer, clips;
 };
 
 // The material stages (glass, shape, glyph) come in variants, all built by vg_open: the corner
@@ -218,18 +149,81 @@ constexpr int variant_clips = 2;       // the shaped-clip loop
 constexpr int variant_cubic_clips = 4; // the corner search inside the clip loop
 constexpr int variant_common = 8;      // only the common case: boxes, bitmap glyphs, glass past its rim
 constexpr int variant_count = 16;
-constexpr int variant_all = 7; // the texts as given, built by vg_open
+constexpr int variant_all = 7; // the texts as given, which serve where a variant failed to build
 constexpr int stage_count = 3;
 
 struct Material {
     GLuint program;
     MaterialUniforms u;
-    unsigned clip_serial;    // of the clip stack its uniforms hold
-    unsigned command_serial; // of the command its uniforms hold
+    unsigned clip_serial;  // of the clip stack its uniforms hold
+    unsigned frame_serial; // of the submission whose view and pointer they hold
 };
 // Stamps of what the material uniforms hold, counted across frames so that a stamp never
 // matches a previous frame's.
-unsigned clip_serial = 0, command_serial = 0;
+unsigned clip_serial = 0, frame_serial = 0;
+
+// A rectangle of texels or pixels, [x0, x1) x [y0, y1), y up as GL counts.
+struct Area {
+    int x0, y0, x1, y1;
+
+    long long size() const { return static_cast<long long>(x1 - x0) * (y1 - y0); }
+    Area grown(int dx, int dy, int w, int h) const {
+        return {std::max(x0 - dx, 0), std::max(y0 - dy, 0), std::min(x1 + dx, w), std::min(y1 + dy, h)};
+    }
+    Area joined(const Area& o) const {
+        return {std::min(x0, o.x0), std::min(y0, o.y0), std::max(x1, o.x1), std::max(y1, o.y1)};
+    }
+    void scissor() const { glScissor_(x0, y0, x1 - x0, y1 - y0); }
+    bool operator==(const Area& o) const { return x0 == o.x0 && y0 == o.y0 && x1 == o.x1 && y1 == o.y1; }
+};
+
+// A growable array of plain records, kept from frame to frame; it reports an exhausted heap
+// instead of throwing.
+template <typename T> struct Pool {
+    T* data = nullptr;
+    std::size_t size = 0, capacity = 0;
+
+    // Room for `n` more at the end, or null.
+    T* grow(std::size_t n) {
+        if (size + n > capacity) {
+            const std::size_t want = std::max({capacity * 2, size + n, std::size_t{1024}});
+            void* more = std::realloc(data, want * sizeof(T));
+            if (!more) return nullptr;
+            data = static_cast<T*>(more);
+            capacity = want;
+        }
+        size += n;
+        return data + size - n;
+    }
+    void release() {
+        std::free(data);
+        *this = {};
+    }
+};
+
+// Consecutive commands that one draw covers: same program, same textures, same shaped clips
+// where the program reads them, and a scissor box that cuts none of them differently than its
+// own clip does. A piece of a split surface is a run of its own, its box the piece.
+struct Run {
+    Material* material;
+    int stage;
+    GLuint texture;    // the glyph atlas
+    unsigned clips;    // the clip stack it was planned under
+    int last;          // its last command, after which it is drawn
+    Area box;          // the scissor box, the whole target when its commands need none
+    float bounds[4];   // y-up pixels its quads reach
+    std::size_t first; // its first command in the frame's command data
+    int count;
+};
+
+// The frame's drawing commands are uploaded as they are, but for the blur weight; the programs
+// read a window of them, bound at an offset the driver accepts.
+constexpr int command_floats = 64;
+GLuint command_buffer = 0;
+int window_commands = 0;          // commands in one window: the block's size
+std::size_t window_alignment = 1; // of a window's start, in commands
+Pool<float> command_data;
+Pool<Run> runs;
 
 constexpr int max_clips = 32;
 constexpr std::size_t error_capacity = 2048;
@@ -297,8 +291,9 @@ GLuint compile_shader(GLenum stage, const char* text, const char* defines) {
     return 0;
 }
 
-GLuint make_program(const char* vertex, const char* fragment, const char* defines = "") {
-    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex, "");
+GLuint make_program(const char* vertex, const char* fragment, const char* defines = "",
+                    const char* vertex_defines = "") {
+    GLuint vs = compile_shader(GL_VERTEX_SHADER, vertex, vertex_defines);
     if (!vs) return 0;
     GLuint fs = compile_shader(GL_FRAGMENT_SHADER, fragment, defines);
     if (!fs) {
@@ -321,26 +316,7 @@ GLuint make_program(const char* vertex, const char* fragment, const char* define
 
 MaterialUniforms material_uniforms(GLuint program) {
     auto at = [program](const char* name) { return glGetUniformLocation_(program, name); };
-    return {at("rect"),
-            at("view"),
-            at("kind"),
-            at("extra"),
-            at("radius"),
-            at("ink"),
-            at("texRect"),
-            at("optics"),
-            at("material"),
-            at("pointerv"),
-            at("cornerRadii"),
-            at("cornerHandles"),
-            at("quality"),
-            at("highlightColor"),
-            at("shadowColor"),
-            at("shapeClipCount"),
-            at("shapeClipRects[0]"),
-            at("shapeClipRadii[0]"),
-            at("shapeClipHandles[0]"),
-            at("shapeClipInfo[0]")};
+    return {at("view"), at("pointerv"), at("shapeClips[0]")};
 }
 
 bool has_extension(const char* name) {
@@ -359,8 +335,11 @@ void set_sampler(GLuint program, const char* name, GLint unit) {
 }
 
 // Builds one variant of a material stage from the rect vertex text and the stage's fragment
-// text; false, with the log in last_error, on failure.
+// text, its command block read from binding point 0; false, with the log in last_error, on
+// failure.
 bool build_material(int stage, int variant, const char* vertex, const char* fragment) {
+    char window[48];
+    std::snprintf(window, sizeof window, "#define COMMAND_SLOTS %d\n", window_commands * command_floats / 4);
     char defines[192];
     const int common = (variant & variant_common) != 0;
     std::snprintf(defines, sizeof defines,
@@ -369,9 +348,10 @@ bool build_material(int stage, int variant, const char* vertex, const char* frag
                   (variant & variant_cubic) != 0, (variant & variant_clips) != 0,
                   (variant & variant_cubic_clips) != 0, common, common, common);
     Material& m = materials[stage][variant];
-    m.program = make_program(vertex, fragment, defines);
+    m.program = make_program(vertex, fragment, defines, window);
     if (!m.program) return false;
     m.u = material_uniforms(m.program);
+    glUniformBlockBinding_(m.program, glGetUniformBlockIndex_(m.program, "Commands"), 0);
     if (stage == 0) {
         set_sampler(m.program, "sharpTex", 0);
         set_sampler(m.program, "blurTex", 1);
@@ -388,6 +368,11 @@ int distinct_variant(int stage, int variant) {
     const bool common = (variant & variant_common) != 0;
     if (stage == 2 || (stage == 0 && common) || (stage == 1 && !common)) variant &= ~variant_cubic;
     if (!(variant & variant_clips)) variant &= ~variant_cubic_clips;
+    // Signed-distance glyphs always, and shapes other than boxes wherever a clip reaches them,
+    // take the whole clip loop: the cheaper programs would serve none of the 21,000 commands of
+    // a render-all run (the Renderer draws bitmap glyphs) and cost about 1.5 MiB each.
+    if (stage == 2 && !common) return variant_clips | variant_cubic_clips;
+    if (stage == 1 && !common && (variant & variant_clips)) variant |= variant_cubic_clips;
     return variant;
 }
 
@@ -426,9 +411,12 @@ void delete_resources() {
             m = {};
         }
     glDeleteVertexArrays_(1, &vao);
+    glDeleteBuffers_(1, &command_buffer);
+    command_data.release();
+    runs.release();
     resources_ready = false;
     scene_fbo = blur_a_fbo = blur_b_fbo = scene_tex = blur_a_tex = blur_b_tex = 0;
-    program_bg = program_blur = vao = 0;
+    program_bg = program_blur = vao = command_buffer = 0;
     tex_w = tex_h = 0;
     blendFuncIndexed = nullptr;
     blendEquationIndexed = nullptr;
@@ -466,6 +454,12 @@ struct GlState {
     unsigned char clip_distance[max_clip_distances];
     GLint clip_distance_count;
 };
+
+// What prepare_state sets unless the host had it so already.
+bool mask_all_on(const GlState& s) {
+    return s.color_mask[0] && s.color_mask[1] && s.color_mask[2] && s.color_mask[3];
+}
+bool fills(const GlState& s) { return s.polygon_mode[0] == GL_FILL && s.polygon_mode[1] == GL_FILL; }
 
 constexpr GLenum blend_queries[6] = {GL_BLEND_SRC_RGB,   GL_BLEND_DST_RGB,      GL_BLEND_SRC_ALPHA,
                                      GL_BLEND_DST_ALPHA, GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA};
@@ -510,24 +504,22 @@ void save_state(GlState& s) {
 
 // Everything a draw depends on is set here or by snapshot, so no host setting leaks in.
 void prepare_state(const GlState& s) {
-    for (GLenum flag : saved_enables) glDisable_(flag);
-    glDisablei_(GL_BLEND, 0);
-    for (int i = 0; i < s.clip_distance_count; ++i) glDisable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
-    if (s.compatibility) glDisable_(GL_ALPHA_TEST);
-    glColorMaski_(0, 1, 1, 1, 1);
-    glPolygonMode_(GL_FRONT_AND_BACK, GL_FILL);
-    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
-    for (GLuint unit = 0; unit < 2; ++unit) glBindSampler_(unit, 0);
+    for (int i = 0; i < enable_count; ++i)
+        if (s.enabled[i]) glDisable_(saved_enables[i]);
+    if (s.blend_enabled) glDisablei_(GL_BLEND, 0);
+    for (int i = 0; i < s.clip_distance_count; ++i)
+        if (s.clip_distance[i]) glDisable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
+    if (s.alpha_test) glDisable_(GL_ALPHA_TEST);
+    if (!mask_all_on(s)) glColorMaski_(0, 1, 1, 1, 1);
+    if (!fills(s)) glPolygonMode_(GL_FRONT_AND_BACK, GL_FILL);
+    if (s.unpack_buffer) glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
+    for (GLuint unit = 0; unit < 2; ++unit)
+        if (s.sampler[unit]) glBindSampler_(unit, 0);
     glBindVertexArray_(vao);
 }
 
-void set_enabled(GLenum flag, bool on) {
-    if (on)
-        glEnable_(flag);
-    else
-        glDisable_(flag);
-}
-
+// Puts back what prepare_state and the work after it changed. Of the enables only the scissor
+// test and blending are ever turned on while the backend works.
 void restore_state(const GlState& s) {
     auto u = [](GLint v) { return static_cast<GLuint>(v); };
     auto e = [](GLint v) { return static_cast<GLenum>(v); };
@@ -537,13 +529,15 @@ void restore_state(const GlState& s) {
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, u(s.read_framebuffer));
     glViewport_(s.viewport[0], s.viewport[1], s.viewport[2], s.viewport[3]);
     glScissor_(s.scissor[0], s.scissor[1], s.scissor[2], s.scissor[3]);
-    if (s.polygon_mode[0] == s.polygon_mode[1]) {
-        glPolygonMode_(GL_FRONT_AND_BACK, e(s.polygon_mode[0]));
-    } else {
+    if (s.polygon_mode[0] != s.polygon_mode[1]) {
         glPolygonMode_(GL_FRONT, e(s.polygon_mode[0]));
         glPolygonMode_(GL_BACK, e(s.polygon_mode[1]));
+    } else if (!fills(s)) {
+        glPolygonMode_(GL_FRONT_AND_BACK, e(s.polygon_mode[0]));
     }
-    glColorMaski_(0, s.color_mask[0] != 0, s.color_mask[1] != 0, s.color_mask[2] != 0, s.color_mask[3] != 0);
+    if (!mask_all_on(s))
+        glColorMaski_(0, s.color_mask[0] != 0, s.color_mask[1] != 0, s.color_mask[2] != 0,
+                      s.color_mask[3] != 0);
     if (blendFuncIndexed) {
         blendFuncIndexed(0, e(s.blend[0]), e(s.blend[1]), e(s.blend[2]), e(s.blend[3]));
         blendEquationIndexed(0, e(s.blend[4]), e(s.blend[5]));
@@ -555,17 +549,21 @@ void restore_state(const GlState& s) {
         glEnablei_(GL_BLEND, 0);
     else
         glDisablei_(GL_BLEND, 0);
-    for (int i = 0; i < enable_count; ++i) set_enabled(saved_enables[i], s.enabled[i]);
+    for (int i = 0; i < enable_count; ++i)
+        if (s.enabled[i])
+            glEnable_(saved_enables[i]);
+        else if (i == scissor_flag)
+            glDisable_(GL_SCISSOR_TEST);
     for (int i = 0; i < s.clip_distance_count; ++i)
-        set_enabled(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i), s.clip_distance[i]);
-    if (s.compatibility) set_enabled(GL_ALPHA_TEST, s.alpha_test);
+        if (s.clip_distance[i]) glEnable_(GL_CLIP_DISTANCE0 + static_cast<GLenum>(i));
+    if (s.alpha_test) glEnable_(GL_ALPHA_TEST);
     for (GLuint unit = 0; unit < 2; ++unit) {
         glActiveTexture_(GL_TEXTURE0 + unit);
         glBindTexture_(GL_TEXTURE_2D, u(s.texture[unit]));
-        glBindSampler_(unit, u(s.sampler[unit]));
+        if (s.sampler[unit]) glBindSampler_(unit, u(s.sampler[unit]));
     }
     glActiveTexture_(e(s.active_unit));
-    glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, u(s.unpack_buffer));
+    if (s.unpack_buffer) glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, u(s.unpack_buffer));
 }
 
 // ---- frozen scene -------------------------------------------------------------------------
@@ -618,20 +616,6 @@ void enable_premultiplied_blending() {
         glBlendEquationSeparate_(GL_FUNC_ADD, GL_FUNC_ADD);
     }
 }
-
-// A rectangle of texels or pixels, [x0, x1) x [y0, y1), y up as GL counts.
-struct Area {
-    int x0, y0, x1, y1;
-
-    long long size() const { return static_cast<long long>(x1 - x0) * (y1 - y0); }
-    Area grown(int dx, int dy, int w, int h) const {
-        return {std::max(x0 - dx, 0), std::max(y0 - dy, 0), std::min(x1 + dx, w), std::min(y1 + dy, h)};
-    }
-    Area joined(const Area& o) const {
-        return {std::min(x0, o.x0), std::min(y0, o.y0), std::max(x1, o.x1), std::max(y1, o.y1)};
-    }
-    void scissor() const { glScissor_(x0, y0, x1 - x0, y1 - y0); }
-};
 
 // The mapping of one vg_submit: target size, logical-to-pixel scale and the host's scissor.
 struct Frame {
@@ -833,29 +817,36 @@ int vg_open(const char* const* shaders) {
     save_state(host);
     resources_ready = true;
     glGenVertexArrays_(1, &vao);
+    glGenBuffers_(1, &command_buffer);
+    // A window as large as the driver takes, up to 64 KiB, which holds 256 commands.
+    GLint block_size = 0, alignment = 0;
+    glGetIntegerv_(GL_MAX_UNIFORM_BLOCK_SIZE, &block_size);
+    glGetIntegerv_(GL_UNIFORM_BUFFER_OFFSET_ALIGNMENT, &alignment);
+    window_commands = std::min(block_size, 65536) / (command_floats * 4);
+    window_alignment = std::lcm(static_cast<std::size_t>(std::max(alignment, 1)), std::size_t{256}) / 256;
 
     const char* fullscreen = shaders[0];
     const char* rect = shaders[3];
-    // All five are built even after a failure; last_error keeps the last log.
+    // Every program, so that no frame compiles, even after a failure. A variant that fails is
+    // served by the texts as given, built only then; should those fail too, so does vg_open, with
+    // the last log in last_error.
     program_bg = make_program(fullscreen, shaders[1]);
     program_blur = make_program(fullscreen, shaders[2]);
     bool built = program_bg && program_blur;
-    for (int stage = 0; stage < stage_count; ++stage)
-        built = build_material(stage, variant_all, rect, shaders[4 + stage]) && built;
+    for (int stage = 0; stage < stage_count; ++stage) {
+        bool variants = true;
+        for (int variant = 0; variant < variant_count; ++variant)
+            if (distinct_variant(stage, variant) == variant)
+                variants = build_material(stage, variant, rect, shaders[4 + stage]) && variants;
+        if (!variants && !materials[stage][variant_all].program)
+            built = build_material(stage, variant_all, rect, shaders[4 + stage]) && built;
+    }
     if (!built) {
         restore_state(host);
         delete_resources();
         return fail(nullptr);
     }
-    // Then every variant, so that no frame compiles; one that fails leaves the full program to
-    // serve in its place, and its log unreported.
-    char kept[error_capacity];
-    std::memcpy(kept, last_error, error_capacity);
-    for (int stage = 0; stage < stage_count; ++stage)
-        for (int variant = 0; variant < variant_count; ++variant)
-            if (variant != variant_all && distinct_variant(stage, variant) == variant)
-                build_material(stage, variant, rect, shaders[4 + stage]);
-    std::memcpy(last_error, kept, error_capacity);
+    last_error[0] = '\0';
 
     auto at = [](GLuint program, const char* name) { return glGetUniformLocation_(program, name); };
     bg_res = at(program_bg, "res");
@@ -910,14 +901,32 @@ unsigned vg_gl_error() { return opened ? glGetError_() : 0u; }
 
 namespace {
 
-// The shaped clip stack of one frame, uploaded lazily per program.
+// The shaped clip stack of one frame, uploaded lazily per program as the shaders read it: the
+// depth, then per clip 16 floats, its box, radii, handles and info (cubic, coverage mode).
 struct ClipStack {
-    float rects[max_clips * 4];
-    float radii[max_clips * 4];
-    float handles[max_clips * 4];
-    float info[max_clips * 4];
+    float data[4 + max_clips * 16] = {};
     int depth = 0;
     int cubic = 0; // how many of them have cubic corners
+
+    const float* clip(int i) const { return data + 4 + i * 16; }
+    // Takes a push (kind 10) or a pop (kind 11), which commands_valid has balanced.
+    void apply(const float* c, int kind) {
+        if (kind == 11) {
+            --depth;
+            cubic -= clip(depth)[12] > .5f;
+        } else {
+            float* at = data + 4 + depth * 16;
+            std::memcpy(at, c + 1, 4 * sizeof(float));
+            std::memcpy(at + 4, c + 28, 4 * sizeof(float));
+            std::memcpy(at + 8, c + 32, 4 * sizeof(float));
+            at[12] = c[44];
+            at[13] = c[27];
+            at[14] = at[15] = 0;
+            cubic += c[44] > .5f;
+            ++depth;
+        }
+        data[0] = static_cast<float>(depth);
+    }
 
     // The clip work a draw whose fragments lie in `r` (logical x0, y0, x1, y1) needs. A clip is
     // exactly 1 over fragments at least `margin` inside its sides and outside its corner squares,
@@ -930,8 +939,8 @@ struct ClipStack {
             if (!std::isfinite(r[i])) return all;
         int variant = 0;
         for (int i = 0; i < depth; ++i) {
-            const float* b = rects + i * 4;
-            const float* radius = radii + i * 4;
+            const float* b = clip(i);
+            const float* radius = b + 4;
             if (!(b[2] > 0 && b[3] > 0)) return all; // an empty clip hides everything
             const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
             const float limit = std::min(b[2], b[3]) * .5f;
@@ -949,37 +958,36 @@ struct ClipStack {
                 r[0] >= x0 + margin && r[2] <= x1 - margin && r[1] >= y0 + margin && r[3] <= y1 - margin;
             if (inside && !corner) continue;
             variant |= variant_clips;
-            if (corner && info[i * 4] > .5f) variant |= variant_cubic_clips;
+            if (corner && b[12] > .5f) variant |= variant_cubic_clips;
         }
         return variant;
     }
 };
 
-// The logical box that holds every fragment of command `c` within its pixel clip (y-down,
-// scaled by sx, sy): the quad the vertex stage makes, padded as it pads it.
-void fragment_bounds(const float* c, float left, float top, float right, float bottom, float sx, float sy,
-                     float* r) {
+// The logical box (x0, y0, x1, y1) that holds the quad the vertex stage makes for command `c`,
+// padded as it pads it.
+void quad_bounds(const float* c, float* r) {
     const int kind = static_cast<int>(c[0]);
     const float pad = kind == 2 || kind == 5 ? 0.0f : kind == 4 ? std::max(2.0f, c[10] * .5f + 2) : 2.0f;
-    r[0] = std::max(std::min(c[1], c[1] + c[3]) - pad, left / sx);
-    r[1] = std::max(std::min(c[2], c[2] + c[4]) - pad, top / sy);
-    r[2] = std::min(std::max(c[1], c[1] + c[3]) + pad, right / sx);
-    r[3] = std::min(std::max(c[2], c[2] + c[4]) + pad, bottom / sy);
+    r[0] = std::min(c[1], c[1] + c[3]) - pad;
+    r[1] = std::min(c[2], c[2] + c[4]) - pad;
+    r[2] = std::max(c[1], c[1] + c[3]) + pad;
+    r[3] = std::max(c[2], c[2] + c[4]) + pad;
 }
 
-void set4(GLint location, const float* v) { glUniform4f_(location, v[0], v[1], v[2], v[3]); }
-
-// The texture units and the scissor test as the command loop set them, so that a run of
-// commands with the same textures binds them once. Forgotten at each backdrop, which sets its own.
+// The texture units and the scissor as the run loop set them, so that consecutive runs with
+// the same textures or box set them once. Forgotten at each backdrop, which sets its own.
 struct Bindings {
     GLuint texture[2];
     int active; // the active unit, -1 when unknown
     bool scissor;
+    Area box;
 
     void forget() {
         texture[0] = texture[1] = ~0u;
         active = -1;
         scissor = false;
+        box = {};
     }
     void bind(int unit, GLuint name) {
         if (texture[unit] == name) return;
@@ -988,37 +996,21 @@ struct Bindings {
         glBindTexture_(GL_TEXTURE_2D, name);
         texture[unit] = name;
     }
+    void cut(const Area& a) {
+        if (scissor && a == box) return;
+        if (!scissor) glEnable_(GL_SCISSOR_TEST);
+        scissor = true;
+        box = a;
+        a.scissor();
+    }
 };
 
-// One command's own uniforms.
-void upload_command(const MaterialUniforms& u, const float* c, float blur_weight, float pointer_x,
-                    float pointer_y) {
-    set4(u.rect, c + 1);
-    glUniform1i_(u.kind, static_cast<int>(c[0]));
-    glUniform4f_(u.extra, c[10], c[11], c[12], 0);
-    set4(u.ink, c + 6);
-    glUniform1f_(u.radius, c[5]);
-    set4(u.corner_radii, c + 28);
-    set4(u.corner_handles, c + 32);
-    glUniform4f_(u.quality, c[27], c[44], c[45], 0);
-    if (c[0] == 0.0f) {
-        glUniform4f_(u.optics, c[23], c[26], blur_weight, c[5]);
-        glUniform4f_(u.material, c[25], c[24], 0, 0);
-        glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
-        set4(u.highlight, c + 36);
-        set4(u.shadow, c + 40);
-    } else if (c[0] == 2.0f) {
-        set4(u.tex_rect, c + 13);
-    }
-}
-
-// The pixels of a surface in pieces, each the whole quad drawn under a scissor box so that
-// every fragment sees exactly what it would unsplit, each with the variant it needs: the corner
-// squares, grown by a unit so that rounding never puts a fragment that needs the search outside
-// them; for glass the inside past its rim; and the rest.
+// The pixels of a surface in pieces (y-up pixel boxes), each drawn as the quad cut to its box,
+// each with the variant it needs: the corner squares, grown by a unit so that rounding never puts
+// a fragment that needs the search outside them; for glass the inside past its rim; and the rest.
 struct Pieces {
-    Area at[13];
-    int variant[13];
+    Area at[9];
+    int variant[9];
     int count = 0;
 };
 
@@ -1033,8 +1025,8 @@ float glass_inside(const float* c, float sx, float sy) {
 }
 
 // Splits the surface of `c` (pixels y-down, scaled by sx, sy) within `clip`, y-up pixels of a
-// target `height` high. Corners get `base | corner`, the inside (when `inside` > 0) the common
-// variant, the rest `base`. False when it is better drawn whole: sizes or radii that are not
+// target `height` high. Corners get `base | corner`, the inside (when `inside` >
+// 0) the common variant, the rest `base`. False when it is better drawn whole: sizes or radii that are not
 // plain numbers, or corners so large that their squares would meet.
 bool split_surface(const float* c, float sx, float sy, int height, const Area& clip, int base, int corner,
                    float inside, Pieces& out) {
@@ -1067,33 +1059,34 @@ bool split_surface(const float* c, float sx, float sy, int height, const Area& c
               b2 = reach[2] < 0 ? qy1 : y(y1 - reach[2], false);
     const int a3 = reach[3] < 0 ? qx0 : x(x0 + reach[3], true),
               b3 = reach[3] < 0 ? qy1 : y(y1 - reach[3], false);
-    if (a0 > a1 || a3 > a2 || std::max(b0, b1) > std::min(b2, b3)) return false;
+    if (std::max(a0, a3) > std::min(a1, a2) || std::max(b0, b1) > std::min(b2, b3)) return false;
     // The inside, if any, between the top band (corners 0 and 1) and the bottom one (2 and 3).
-    int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
-    int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
-    if (!(inside > 0) || ix0 >= ix1 || top >= bottom || top < std::max(b0, b1) || bottom > std::min(b2, b3) ||
-        ix0 < std::max(a0, a3) || ix1 > std::min(a1, a2)) {
-        top = bottom = std::max(b0, b1);
-        ix0 = ix1 = qx0;
-    }
+    const int ix0 = x(x0 + inside, true), ix1 = x(x1 - inside, false);
+    const int top = y(y0 + inside, true), bottom = y(y1 - inside, false);
+    const bool has_inside = inside > 0 && ix0 < ix1 && top < bottom && top >= std::max(b0, b1) &&
+                            bottom <= std::min(b2, b3) && ix0 >= std::max(a0, a3) && ix1 <= std::min(a1, a2);
     auto add = [&](int left, int upper, int right, int lower, int variant) {
         if (right <= left || lower <= upper) return;
         out.at[out.count] = {left, height - lower, right, height - upper};
         out.variant[out.count++] = variant;
     };
-    add(a0, qy0, a1, top, base);
-    add(qx0, b0, a0, top, base);
-    add(a1, b1, qx1, top, base);
-    add(qx0, top, ix0, bottom, base);
-    add(ix1, top, qx1, bottom, base);
-    add(a3, bottom, a2, qy1, base);
-    add(qx0, bottom, a3, b3, base);
-    add(a2, bottom, qx1, b2, base);
-    add(qx0, qy0, a0, b0, base | corner);
-    add(a1, qy0, qx1, b1, base | corner);
-    add(a2, b2, qx1, qy1, base | corner);
-    add(qx0, b3, a3, qy1, base | corner);
-    add(ix0, top, ix1, bottom, variant_common);
+    // A 3 x 3 grid: the corner cells hold the corner squares and take the search, which is right
+    // everywhere; the middle cell is the inside when there is one, else one band with its sides.
+    const int xl = has_inside ? ix0 : std::max(a0, a3), xr = has_inside ? ix1 : std::min(a1, a2);
+    const int yt = has_inside ? top : std::max(b0, b1), yb = has_inside ? bottom : std::min(b2, b3);
+    add(qx0, qy0, xl, yt, base | corner);
+    add(xr, qy0, qx1, yt, base | corner);
+    add(xr, yb, qx1, qy1, base | corner);
+    add(qx0, yb, xl, qy1, base | corner);
+    add(xl, qy0, xr, yt, base);
+    add(xl, yb, xr, qy1, base);
+    if (!has_inside) {
+        add(qx0, yt, qx1, yb, base);
+        return true;
+    }
+    add(qx0, yt, xl, yb, base);
+    add(xr, yt, qx1, yb, base);
+    add(xl, yt, xr, yb, variant_common);
     return true;
 }
 
@@ -1130,6 +1123,146 @@ bool commands_valid(const float* commands, int count) {
     }
     return true;
 }
+
+// Turns the frame into command data and runs before anything is drawn: each drawing command
+// joins the open run whenever it can share its draw, and a split surface adds a run for each of
+// its pieces. A backdrop closes the run. False when the heap is exhausted.
+bool plan(const Frame& frame, const float* commands, int count, float sigma) {
+    command_data.size = 0;
+    runs.size = 0;
+    const Area whole{0, 0, frame.width, frame.height};
+    // Two units and two pixels: past anti-aliasing and rounding at any scale.
+    const float clip_margin = 2 + 2 / std::min(frame.sx, frame.sy);
+    // A run fits in a window that starts at an aligned command at or before its first.
+    const int run_capacity = std::max(window_commands - static_cast<int>(window_alignment) + 1, 1);
+    ClipStack clips;
+    unsigned clip_stamp = 0;
+    bool open = false, reverse = false;
+    // Whether `a` holds all of `e` (x0, y0, x1, y1, y-up pixels); false for NaN.
+    auto holds = [](const Area& a, const float* e) {
+        return e[0] >= static_cast<float>(a.x0) && e[1] >= static_cast<float>(a.y0) &&
+               e[2] <= static_cast<float>(a.x1) && e[3] <= static_cast<float>(a.y1);
+    };
+    // Draws the last command of the data, whose quad reaches `extent`, under a scissor `box`
+    // that it needs unless it lies `inside` it.
+    auto draw = [&](int i, Material& m, int stage, GLuint texture, const float* extent, bool inside,
+                    const Area& box) {
+        const std::size_t at = command_data.size / command_floats - 1;
+        Run* run = open ? runs.data + runs.size - 1 : nullptr;
+        if (run && (run->material != &m || run->texture != texture || run->first + run->count != at ||
+                    run->count == run_capacity || (m.u.clips >= 0 && run->clips != clip_stamp)))
+            run = nullptr;
+        if (run && inside && !holds(run->box, extent)) run = nullptr;
+        if (run && !inside && !(run->box == box)) {
+            if (run->box == whole && holds(box, run->bounds))
+                run->box = box;
+            else
+                run = nullptr;
+        }
+        if (!run) {
+            run = runs.grow(1);
+            if (!run) return false;
+            *run = {&m,
+                    stage,
+                    texture,
+                    clip_stamp,
+                    i,
+                    inside ? whole : box,
+                    {extent[0], extent[1], extent[2], extent[3]},
+                    at,
+                    0};
+            open = true;
+        }
+        for (int k = 0; k < 2; ++k) {
+            run->bounds[k] = std::min(run->bounds[k], extent[k]);
+            run->bounds[k + 2] = std::max(run->bounds[k + 2], extent[k + 2]);
+        }
+        run->last = i;
+        ++run->count;
+        return true;
+    };
+
+    for (int i = 0; i < count; ++i) {
+        const float* c = commands + static_cast<std::size_t>(i) * 64;
+        const int kind = static_cast<int>(c[0]);
+        if (kind == 9) {
+            open = false;
+            continue;
+        }
+        if (kind == 10 || kind == 11) {
+            clips.apply(c, kind);
+            ++clip_stamp;
+            continue;
+        }
+        float left, top, right, bottom;
+        if (!frame.clip(c, left, top, right, bottom)) continue;
+        float* data = command_data.grow(command_floats);
+        if (!data) return false;
+        std::memcpy(data, c, command_floats * sizeof(float));
+        data[22] = sigma > .01f ? c[22] : 0.0f; // the blur weight, none without a blurred scene
+        // Truncating the low edges and rounding up the high ones keeps every touched pixel.
+        const Area box{static_cast<int>(left), static_cast<int>(frame.fh - bottom),
+                       static_cast<int>(right + .999f), static_cast<int>((frame.fh - top) + .999f)};
+        GLuint texture = 0;
+        if (kind == 2) std::memcpy(&texture, c + 17, sizeof texture);
+        const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
+        float quad[4];
+        quad_bounds(c, quad);
+        const float bounds[4] = {std::max(quad[0], left / frame.sx), std::max(quad[1], top / frame.sy),
+                                 std::min(quad[2], right / frame.sx), std::min(quad[3], bottom / frame.sy)};
+        const int clip_variant = clips.variant_for(bounds, clip_margin);
+        const int corner = (kind == 0 || kind == 1) && c[44] > .5f ? variant_cubic : 0;
+        const int common = kind == 1 || (kind == 2 && !(c[11] > .5f)) ? variant_common : 0;
+        const float inside = kind == 0 ? glass_inside(c, frame.sx, frame.sy) : 0.0f;
+        Pieces pieces;
+        if ((corner == 0 && kind != 0) ||
+            !split_surface(c, frame.sx, frame.sy, frame.height, box, common, corner, inside, pieces)) {
+            const float extent[4] = {quad[0] * frame.sx, frame.fh - quad[3] * frame.sy, quad[2] * frame.sx,
+                                     frame.fh - quad[1] * frame.sy};
+            if (!draw(i, material(stage, clip_variant | common | corner), stage, texture, extent,
+                      holds(box, extent), box))
+                return false;
+            continue;
+        }
+        // Every other surface takes its pieces backwards, so that one program serves the last
+        // pieces of a surface and the first of the next.
+        reverse = !reverse;
+        for (int n = 0; n < pieces.count; ++n) {
+            const int p = reverse ? pieces.count - 1 - n : n;
+            const Area& a = pieces.at[p];
+            const float extent[4] = {static_cast<float>(a.x0), static_cast<float>(a.y0),
+                                     static_cast<float>(a.x1), static_cast<float>(a.y1)};
+            open = false;
+            if (!draw(i, material(stage, clip_variant | pieces.variant[p]), stage, texture, extent, false, a))
+                return false;
+        }
+        open = false;
+    }
+    return true;
+}
+
+// The host's uniform buffer bindings that the command block takes: the generic one and
+// binding point 0.
+struct UniformBinding {
+    GLint generic, buffer;
+    GLint64 start, size;
+
+    void save() {
+        glGetIntegerv_(GL_UNIFORM_BUFFER_BINDING, &generic);
+        glGetIntegeri_v_(GL_UNIFORM_BUFFER_BINDING, 0, &buffer);
+        glGetInteger64i_v_(GL_UNIFORM_BUFFER_START, 0, &start);
+        glGetInteger64i_v_(GL_UNIFORM_BUFFER_SIZE, 0, &size);
+    }
+    void restore() const {
+        const auto name = static_cast<GLuint>(buffer);
+        if (name != 0 && size > 0)
+            glBindBufferRange_(GL_UNIFORM_BUFFER, 0, name, static_cast<GLintptr>(start),
+                               static_cast<GLsizeiptr>(size));
+        else
+            glBindBufferBase_(GL_UNIFORM_BUFFER, 0, name);
+        glBindBuffer_(GL_UNIFORM_BUFFER, static_cast<GLuint>(generic));
+    }
+};
 
 } // namespace
 
@@ -1192,103 +1325,81 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
                       static_cast<float>(host.scissor[0] + host.scissor[2]),
                       fh - static_cast<float>(host.scissor[1] + host.scissor[3]),
                       fh - static_cast<float>(host.scissor[1])};
+    if (!plan(frame, commands, command_count, sigma)) {
+        set_error("Out of memory");
+        restore_state(host);
+        return;
+    }
     GLuint blurred = snapshot(framebuffer, buffer, frame, commands, command_count, sigma);
+    UniformBinding host_uniforms{};
+    const auto window_bytes = static_cast<GLsizeiptr>(window_commands) * command_floats * 4;
+    if (runs.size > 0) {
+        host_uniforms.save();
+        const auto bytes = static_cast<GLsizeiptr>(command_data.size * sizeof(float));
+        glBindBuffer_(GL_UNIFORM_BUFFER, command_buffer);
+        // A fresh store, which no draw still queued reads, with room for a whole window from
+        // any command on.
+        glBufferData_(GL_UNIFORM_BUFFER, bytes + window_bytes, nullptr, GL_STREAM_DRAW);
+        glBufferSubData_(GL_UNIFORM_BUFFER, 0, bytes, command_data.data);
+    }
     ClipStack clips;
     ++clip_serial;
-    // Two units and two pixels: past anti-aliasing and rounding at any scale.
-    const float clip_margin = 2 + 2 / std::min(frame.sx, frame.sy);
+    ++frame_serial;
     GLuint current = 0;
     Bindings bindings;
     bindings.forget();
+    std::size_t window = 0; // the first command of the bound window
+    bool window_bound = false;
+    auto draw = [&](const Run& r) {
+        Material& m = *r.material;
+        const MaterialUniforms& u = m.u;
+        if (m.program != current) {
+            current = m.program;
+            glUseProgram_(current);
+        }
+        if (m.frame_serial != frame_serial) {
+            glUniform2f_(u.view, logical_width, logical_height);
+            if (u.pointer >= 0) glUniform4f_(u.pointer, pointer_x, pointer_y, 1, 0);
+            m.frame_serial = frame_serial;
+        }
+        if (u.clips >= 0 && m.clip_serial != clip_serial) { // a variant without clips has none
+            glUniform4fv_(u.clips, 1 + clips.depth * 4, clips.data);
+            m.clip_serial = clip_serial;
+        }
+        if (r.stage == 0) {
+            bindings.bind(0, scene_tex);
+            bindings.bind(1, blurred);
+        } else if (r.stage == 2) {
+            bindings.bind(0, r.texture);
+        }
+        bindings.cut(r.box);
+        const auto end = r.first + static_cast<std::size_t>(r.count);
+        if (!window_bound || r.first < window || end > window + static_cast<std::size_t>(window_commands)) {
+            window = r.first / window_alignment * window_alignment;
+            window_bound = true;
+            glBindBufferRange_(GL_UNIFORM_BUFFER, 0, command_buffer,
+                               static_cast<GLintptr>(window * command_floats * sizeof(float)), window_bytes);
+        }
+        glDrawArrays_(GL_TRIANGLES, static_cast<GLint>(r.first - window) * 6, r.count * 6);
+    };
 
-    for (int i = 0; i < command_count; ++i) {
+    // The commands again, for the clip stack and the backdrops; each run is drawn after its last
+    // command.
+    std::size_t next = 0;
+    for (int i = 0; i < command_count && next < runs.size; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
         const int kind = static_cast<int>(c[0]);
         if (kind == 9) {
             blurred = snapshot(framebuffer, buffer, frame, c + 64, command_count - i - 1, sigma);
             current = 0;
             bindings.forget();
-            continue;
-        }
-        if (kind == 10) {
-            float* at[4] = {clips.rects + clips.depth * 4, clips.radii + clips.depth * 4,
-                            clips.handles + clips.depth * 4, clips.info + clips.depth * 4};
-            std::memcpy(at[0], c + 1, 4 * sizeof(float));
-            std::memcpy(at[1], c + 28, 4 * sizeof(float));
-            std::memcpy(at[2], c + 32, 4 * sizeof(float));
-            at[3][0] = c[44];
-            at[3][1] = c[27];
-            at[3][2] = at[3][3] = 0;
-            clips.cubic += c[44] > .5f;
-            ++clips.depth;
+        } else if (kind == 10 || kind == 11) {
+            clips.apply(c, kind);
             ++clip_serial;
-            continue;
         }
-        if (kind == 11) {
-            --clips.depth;
-            clips.cubic -= clips.info[clips.depth * 4] > .5f;
-            ++clip_serial;
-            continue;
-        }
-
-        float left, top, right, bottom;
-        if (!frame.clip(c, left, top, right, bottom)) continue;
-        if (!bindings.scissor) glEnable_(GL_SCISSOR_TEST);
-        bindings.scissor = true;
-        // Truncating the low edges and rounding up the high ones keeps every touched pixel.
-        const Area box{static_cast<int>(left), static_cast<int>(fh - bottom), static_cast<int>(right + .999f),
-                       static_cast<int>((fh - top) + .999f)};
-
-        if (kind == 0) {
-            bindings.bind(0, scene_tex);
-            bindings.bind(1, blurred);
-        } else if (kind == 2) {
-            GLuint texture = 0;
-            std::memcpy(&texture, c + 17, sizeof texture);
-            bindings.bind(0, texture);
-        }
-        const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
-        float bounds[4];
-        fragment_bounds(c, left, top, right, bottom, frame.sx, frame.sy, bounds);
-        const int clip_variant = clips.variant_for(bounds, clip_margin);
-        ++command_serial;
-        auto draw = [&](int variant, const Area* piece) {
-            Material& m = material(stage, clip_variant | variant);
-            const MaterialUniforms& u = m.u;
-            if (m.program != current) {
-                current = m.program;
-                glUseProgram_(current);
-                glUniform2f_(u.view, logical_width, logical_height);
-            }
-            if (m.u.clip_count >= 0 && m.clip_serial != clip_serial) { // a variant without clips has none
-                glUniform1i_(u.clip_count, clips.depth);
-                if (clips.depth != 0) {
-                    glUniform4fv_(u.clip_rects, clips.depth, clips.rects);
-                    glUniform4fv_(u.clip_radii, clips.depth, clips.radii);
-                    glUniform4fv_(u.clip_handles, clips.depth, clips.handles);
-                    glUniform4fv_(u.clip_info, clips.depth, clips.info);
-                }
-                m.clip_serial = clip_serial;
-            }
-            if (m.command_serial != command_serial) {
-                upload_command(u, c, sigma > .01f ? c[22] : 0.0f, pointer_x, pointer_y);
-                m.command_serial = command_serial;
-            }
-            if (piece) piece->scissor();
-            glDrawArrays_(GL_TRIANGLES, 0, 6);
-        };
-        const int corner = (kind == 0 || kind == 1) && c[44] > .5f ? variant_cubic : 0;
-        const int common = kind == 1 || (kind == 2 && !(c[11] > .5f)) ? variant_common : 0;
-        const float inside = kind == 0 ? glass_inside(c, frame.sx, frame.sy) : 0.0f;
-        Pieces pieces;
-        if ((corner == 0 && kind != 0) ||
-            !split_surface(c, frame.sx, frame.sy, height, box, common, corner, inside, pieces)) {
-            box.scissor();
-            draw(common | corner, nullptr);
-            continue;
-        }
-        for (int p = 0; p < pieces.count; ++p) draw(pieces.variant[p], &pieces.at[p]);
+        for (; next < runs.size && runs.data[next].last == i; ++next) draw(runs.data[next]);
     }
+    if (runs.size > 0) host_uniforms.restore();
 
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
     glReadBuffer_(static_cast<GLenum>(read_buffer));

@@ -31,7 +31,8 @@
 // (ONE, ONE_MINUS_SRC_ALPHA, FUNC_ADD) on draw buffer 0.
 // Not saved because never changed: depth and stencil functions and masks, clear values,
 // uniforms of host programs, any binding on units above 1, pack state (vg_read_pixels saves
-// its own), buffer bindings other than the unpack buffer.
+// its own), buffer bindings other than the unpack buffer (and the uniform buffer ones that
+// vg_submit saves).
 #pragma once
 
 #include <cstddef>
@@ -80,9 +81,10 @@ unsigned vg_gl_error();
 // clips fail it whole. Kinds no Canvas writes draw as boxes through the shape program. The backdrop is frozen
 // before the first command and again at each backdrop command.
 // Needs: an open device, a current context, a single-sample target.
-// GL state: the saved state, plus the read buffer and the draw buffers of `framebuffer`, are
-// restored. The colour contents of the target are the only lasting change. The backend's own
-// textures and framebuffers are (re)allocated when the size changes.
+// GL state: the saved state, plus the read buffer and the draw buffers of `framebuffer` and the
+// uniform buffer bindings (the generic one and binding point 0, with its range), are restored.
+// The colour contents of the target are the only lasting change. The backend's own textures and
+// framebuffers are (re)allocated when the size changes.
 void vg_submit(const float* commands, std::size_t float_count, int command_count, unsigned framebuffer,
                unsigned buffer, int width, int height, float logical_width, float logical_height, float sigma,
                float pointer_x, float pointer_y);
