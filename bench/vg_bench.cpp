@@ -167,24 +167,6 @@ void BM_GalleryFrame(benchmark::State& state) {
     state.counters["commands/frame"] = static_cast<double>(canvas.commands().size());
 }
 BENCHMARK(BM_GalleryFrame)->Arg(0)->Unit(benchmark::kMillisecond);
-
-// Start-up as far as the backend shares it: from the Renderer (and with it vg_open) to the first
-// gallery frame finished, the rasteriser compiling every program that frame draws with.
-void BM_FirstFrame(benchmark::State& state) {
-    namespace gallery = ::gallery;
-    GlTestContext context(1280, 800);
-    for (auto _ : state) {
-        ui::Renderer renderer;
-        ui::Canvas canvas;
-        gallery::Gallery scene;
-        renderer.background(1280, 800, 1, scene.theme, true);
-        renderer.begin(canvas, 1280, 800, gallery::logical_width, gallery::logical_height, scene.theme);
-        scene.frame(canvas, ui::Input{}, 1);
-        renderer.render(canvas, 1280, 800, {-1, -1}, 0, vg_back_buffer);
-        context.finish();
-    }
-}
-BENCHMARK(BM_FirstFrame)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 #endif
 
 // The background, then one submit of `canvas`, waited for until the GPU is done.
