@@ -1,6 +1,7 @@
 // Rasterizer over FreeType, with fonts found through fontconfig.
 //
-//   faces       one FT_Face per (file, index, pixel size), shared by every font that uses it
+//   faces       one FT_Face per (file, index) and one FT_Size per pixel size on it, shared by
+//               every font that uses them
 //   matching    the requested family and weight go through fontconfig's substitution
 //   fallback    per code point, the first font of the family's sorted fallback list whose
 //               character set has it; the list is made once per (family, weight)
@@ -12,6 +13,7 @@
 #include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
+#include FT_SIZES_H
 #include FT_SYNTHESIS_H
 
 #include <algorithm>
@@ -19,7 +21,6 @@
 #include <cstring>
 #include <map>
 #include <string>
-#include <tuple>
 #include <utility>
 
 namespace velmora::ui {
@@ -77,7 +78,7 @@ struct Fallbacks {
 };
 
 struct Pick {
-    FT_Face face = nullptr;
+    FT_Size size = nullptr; // and with it the face
     FT_UInt index = 0;
     bool embolden = false;
 };
@@ -86,9 +87,9 @@ struct Pick {
 
 struct RasterFont {
     std::string family;
-    int size = 0;
+    int pixels = 0; // the requested pixel size, for fallback faces
     int weight = 0;
-    FT_Face face = nullptr; // owned by the Rasterizer's face cache
+    FT_Size size = nullptr; // owned by the Rasterizer's face cache
     bool embolden = false;
     int ascent = 0;
     int line = 0;
@@ -99,7 +100,8 @@ void RasterFontFree::operator()(RasterFont* font) const { delete font; }
 
 struct Rasterizer::Impl {
     FT_Library library = nullptr;
-    std::map<std::tuple<std::string, int, int>, FT_Face> faces;
+    std::map<std::pair<std::string, int>, FT_Face> faces;
+    std::map<std::pair<FT_Face, int>, FT_Size> sizes; // freed with their faces
     std::map<std::pair<std::string, int>, Fallbacks> fallbacks;
 
     ~Impl() {
@@ -111,22 +113,31 @@ struct Rasterizer::Impl {
         if (library) FT_Done_FreeType(library);
     }
 
-    // The face of a file at a pixel size; returns the FreeType error, 0 on success.
-    FT_Error face(const Source& source, int size, FT_Face& out) {
-        auto key = std::make_tuple(source.file, source.index, size);
-        if (auto it = faces.find(key); it != faces.end()) {
+    // The face of a file at a pixel size; returns the FreeType error, 0 on success. A file is
+    // opened once whatever its sizes: each face maps the file and reads its tables, which for a
+    // CJK font is megabytes touched and milliseconds spent.
+    FT_Error sized(const Source& source, int size, FT_Size& out) {
+        auto file = faces.find({source.file, source.index});
+        if (file == faces.end()) {
+            FT_Face made = nullptr;
+            if (FT_Error e = FT_New_Face(library, source.file.c_str(), source.index, &made)) return e;
+            file = faces.emplace(std::make_pair(source.file, source.index), made).first;
+        }
+        FT_Face face = file->second;
+        if (auto it = sizes.find({face, size}); it != sizes.end()) {
             out = it->second;
             return 0;
         }
-        FT_Face made = nullptr;
-        if (FT_Error e = FT_New_Face(library, source.file.c_str(), source.index, &made)) return e;
-        FT_Error e = FT_Set_Pixel_Sizes(made, 0, static_cast<FT_UInt>(size));
-        if (e && made->num_fixed_sizes > 0) e = FT_Select_Size(made, 0); // a bitmap-only face
+        FT_Size made = nullptr;
+        if (FT_Error e = FT_New_Size(face, &made)) return e;
+        FT_Activate_Size(made);
+        FT_Error e = FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(size));
+        if (e && face->num_fixed_sizes > 0) e = FT_Select_Size(face, 0); // a bitmap-only face
         if (e) {
-            FT_Done_Face(made);
+            FT_Done_Size(made);
             return e;
         }
-        faces.emplace(std::move(key), made);
+        sizes.emplace(std::make_pair(face, size), made);
         out = made;
         return 0;
     }
@@ -142,8 +153,8 @@ struct Rasterizer::Impl {
     }
 
     Pick pick(RasterFont& font, char32_t code_point) {
-        if (FT_UInt index = FT_Get_Char_Index(font.face, code_point))
-            return {font.face, index, font.embolden};
+        if (FT_UInt index = FT_Get_Char_Index(font.size->face, code_point))
+            return {font.size, index, font.embolden};
         if (!font.fallbacks) font.fallbacks = &fallback_list(font.family, font.weight);
         Fallbacks& list = *font.fallbacks;
         for (int i = 0; list.fonts && i < list.fonts->nfont; ++i) {
@@ -160,21 +171,23 @@ struct Rasterizer::Impl {
                 if (!named) continue;
                 known = list.sources.emplace(i, std::move(source)).first;
             }
-            FT_Face face = nullptr;
-            if (this->face(known->second, font.size, face) != 0) continue; // unusable: try the next
-            if (FT_UInt index = FT_Get_Char_Index(face, code_point))
-                return {face, index, known->second.embolden};
+            FT_Size size = nullptr;
+            if (sized(known->second, font.pixels, size) != 0) continue; // unusable: try the next
+            if (FT_UInt index = FT_Get_Char_Index(size->face, code_point))
+                return {size, index, known->second.embolden};
         }
-        return {font.face, 0, font.embolden}; // the missing-glyph box
+        return {font.size, 0, font.embolden}; // the missing-glyph box
     }
 
     // Loads the glyph into its face's slot, synthetic bold applied.
     static FT_GlyphSlot load(const Pick& pick) {
-        FT_Error e = FT_Load_Glyph(pick.face, pick.index, load_flags);
-        if (e) e = FT_Load_Glyph(pick.face, pick.index, FT_LOAD_TARGET_LIGHT | FT_LOAD_COLOR);
+        FT_Face face = pick.size->face;
+        FT_Activate_Size(pick.size);
+        FT_Error e = FT_Load_Glyph(face, pick.index, load_flags);
+        if (e) e = FT_Load_Glyph(face, pick.index, FT_LOAD_TARGET_LIGHT | FT_LOAD_COLOR);
         if (e) freetype_fail("Create glyph bitmap", e);
-        if (pick.embolden) FT_GlyphSlot_Embolden(pick.face->glyph);
-        return pick.face->glyph;
+        if (pick.embolden) FT_GlyphSlot_Embolden(face->glyph);
+        return face->glyph;
     }
 };
 
@@ -198,11 +211,11 @@ RasterFontPtr Rasterizer::font(const std::string& family, int size, int weight) 
 
     RasterFontPtr font(new RasterFont);
     font->family = family;
-    font->size = size;
+    font->pixels = size;
     font->weight = weight;
     font->embolden = source.embolden;
-    if (FT_Error e = impl_->face(source, size, font->face)) freetype_fail("CreateFont", e);
-    const FT_Size_Metrics& metrics = font->face->size->metrics;
+    if (FT_Error e = impl_->sized(source, size, font->size)) freetype_fail("CreateFont", e);
+    const FT_Size_Metrics& metrics = font->size->metrics;
     font->ascent = static_cast<int>((metrics.ascender + 63) >> 6);
     font->line = font->ascent + static_cast<int>((-metrics.descender + 63) >> 6);
     return font;
