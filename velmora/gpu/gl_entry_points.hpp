@@ -42,6 +42,7 @@ using GLint64 = long long;
     X(void, glDeleteShader, (GLuint))                                                                        \
     X(void, glDeleteTextures, (GLsizei, const GLuint*))                                                      \
     X(void, glDeleteVertexArrays, (GLsizei, const GLuint*))                                                  \
+    X(void, glDetachShader, (GLuint, GLuint))                                                                \
     X(void, glDisable, (GLenum))                                                                             \
     X(void, glDrawArrays, (GLenum, GLint, GLsizei))                                                          \
     X(void, glDrawBuffer, (GLenum))                                                                          \
