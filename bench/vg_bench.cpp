@@ -1,8 +1,8 @@
 // Costs of the GPU backend: the processor time vg_submit spends per command, the GL calls and
 // the main thread's time of a gallery frame, vg_open, the frame time of a full-screen glass
-// surface with and without blur, and the floor under every frame. "CPU" of the frame benchmarks
-// is the whole process's, the rasteriser's threads included: on a busy machine it is steadier
-// than the wall clock.
+// surface with and without blur, the floor under every frame, and what a tooltip and the shaped
+// clips add to a gallery frame. "CPU" of the frame benchmarks is the whole process's, the
+// rasteriser's threads included: on a busy machine it is steadier than the wall clock.
 #include "gl_context.hpp"
 #include "velmora/core/canvas.hpp"
 #include "velmora/gpu/gl_entry_points.hpp"
@@ -12,6 +12,7 @@
 #include <benchmark/benchmark.h>
 #include <cstring>
 #include <stdexcept>
+#include <vector>
 
 #if defined(VELMORA_GALLERY)
 #include "gallery/gallery.hpp"
@@ -167,6 +168,93 @@ void BM_GalleryFrame(benchmark::State& state) {
     state.counters["commands/frame"] = static_cast<double>(canvas.commands().size());
 }
 BENCHMARK(BM_GalleryFrame)->Arg(0)->Unit(benchmark::kMillisecond);
+
+// A gallery section on its own context, drawn frame after frame and waited for.
+struct GalleryStage {
+    GlTestContext context{1280, 800};
+    ui::Renderer renderer;
+    ui::Canvas canvas;
+    gallery::Gallery scene;
+    double time = 1;
+
+    explicit GalleryStage(int section) { scene.select(section); }
+    void record(const ui::Input& input) {
+        renderer.background(1280, 800, static_cast<float>(time), scene.theme, true);
+        renderer.begin(canvas, 1280, 800, gallery::logical_width, gallery::logical_height, scene.theme);
+        scene.frame(canvas, input, time);
+        time += 1.0 / 60;
+    }
+    void submit(const std::vector<ui::Command>& commands) {
+        vg_submit(commands.front().slot, commands.size() * 64, static_cast<int>(commands.size()), 0,
+                  vg_back_buffer, 1280, 800, gallery::logical_width, gallery::logical_height, 18, -1, -1);
+        context.finish();
+    }
+};
+
+// The first control with a tooltip, depth first.
+const ui::Widget* with_tooltip(const ui::Widget& w) {
+    if (!w.tooltip.empty() && w.visible && w.screen_bounds.w > 0) return &w;
+    for (const auto& child : w.children)
+        if (const ui::Widget* found = with_tooltip(*child)) return found;
+    return nullptr;
+}
+
+// The tooltip's cost: the section holding the first control with a tooltip, the pointer away
+// (arg 0) or resting on that control past the delay, so the tooltip and its backdrop are up.
+void BM_TooltipFrame(benchmark::State& state) {
+    GalleryStage stage(0);
+    for (int section = 0; section < 10; ++section) {
+        stage.scene.select(section);
+        stage.record({});
+        if (with_tooltip(*stage.scene.root())) break;
+    }
+    const ui::Widget* tip = with_tooltip(*stage.scene.root());
+    if (!tip) {
+        state.SkipWithError("no control with a tooltip");
+        return;
+    }
+    ui::Input input;
+    if (state.range(0))
+        input.mouse = {tip->screen_bounds.x + tip->screen_bounds.w / 2,
+                       tip->screen_bounds.y + tip->screen_bounds.h / 2};
+    for (int i = 0; i < 60; ++i) stage.record(input); // a second: past the delay
+    stage.submit(stage.canvas.commands());            // the rasteriser compiles at first draw
+    for (auto _ : state) {
+        stage.record(input);
+        stage.submit(stage.canvas.commands());
+    }
+    state.SetLabel(state.range(0) ? "tooltip up" : "no tooltip");
+}
+BENCHMARK(BM_TooltipFrame)
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+
+// The shaped clips' cost: section 6 recorded once and submitted as it is (arg 1) or without
+// its push and pop commands (arg 0), which the rest of the frame doesn't depend on.
+void BM_ShapedClips(benchmark::State& state) {
+    GalleryStage stage(6);
+    for (int i = 0; i < 5; ++i) stage.record({});
+    std::vector<ui::Command> commands;
+    long long clips = 0;
+    for (const ui::Command& c : stage.canvas.commands()) {
+        const bool clip = c.slot[0] == ui::kind_push_clip || c.slot[0] == ui::kind_pop_clip;
+        clips += clip;
+        if (state.range(0) || !clip) commands.push_back(c);
+    }
+    stage.submit(commands);
+    for (auto _ : state) stage.submit(commands);
+    state.counters["clip commands"] = static_cast<double>(clips);
+    state.SetLabel(state.range(0) ? "with shaped clips" : "clips left out");
+}
+BENCHMARK(BM_ShapedClips)
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 #endif
 
 // The background, then one submit of `canvas`, waited for until the GPU is done.
