@@ -1,16 +1,34 @@
-// Costs of the gallery: one whole unattended render-all run of the program, and one interactive
-// frame on each of the ten sections, the way the program's own loop makes it.
+// Costs of the gallery: one whole unattended render-all run of the program, one interactive frame
+// on each of the ten sections, the way the program's own loop makes it, and the processor's part
+// of such a frame alone (Renderer::begin and Scene::frame recording the canvas) with its heap
+// allocations and drawn widgets. Its instructions per frame come from scripts/frame-instructions,
+// which runs that benchmark under callgrind (this machine's counters can't be read directly).
 #include "gallery/gallery.hpp"
 
 #include "velmora/core/canvas.hpp"
 #include "velmora/platform/window.hpp"
 #include "velmora/renderer/renderer.hpp"
 
+#include <atomic>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <new>
 #include <string>
+
+// Every allocation through operator new in this program is counted, so that a benchmark can
+// report those of the code it times. The array and sized forms come here by default.
+static std::atomic<long long> allocations{0};
+
+// Out of line: inlined, GCC sees free() meet a pointer from operator new and warns falsely.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    ++allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
+[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -70,6 +88,16 @@ Stage& stage() {
     return made;
 }
 
+// The widgets whose paint runs in a frame: visible, with something left of their clip, under
+// parents that draw their children.
+int drawn_widgets(const Widget& w) {
+    if (!w.visible || w.clip.w <= 0 || w.clip.h <= 0) return 0;
+    int n = 1;
+    if (w.children_active())
+        for (const auto& child : w.children) n += drawn_widgets(*child);
+    return n;
+}
+
 void BM_SectionFrame(benchmark::State& state) {
     Stage& s = stage();
     const int section = static_cast<int>(state.range(0));
@@ -85,6 +113,32 @@ BENCHMARK(BM_SectionFrame)
     ->MeasureProcessCPUTime()
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
+
+void record(Stage& s) {
+    s.renderer.begin(s.canvas, s.window.width(), s.window.height(), gallery::logical_width,
+                     gallery::logical_height, s.scene.theme);
+    s.scene.frame(s.canvas, Input{}, s.time);
+    s.time += 1.0 / 60;
+}
+
+// Out of line and called only by the timed loop below, so that callgrind can count it alone
+// (--toggle-collect=*steady_record*).
+[[gnu::noinline]] void steady_record(Stage& s) { record(s); }
+
+void BM_SectionRecord(benchmark::State& state) {
+    Stage& s = stage();
+    const int section = static_cast<int>(state.range(0));
+    s.scene.select(section);
+    for (int i = 0; i < 5; ++i) record(s); // laid out, glyphs cached, buffers grown
+    const long long before = allocations;
+    for (auto _ : state) steady_record(s);
+    const auto frames = static_cast<double>(state.iterations());
+    state.counters["allocs/frame"] = static_cast<double>(allocations - before) / frames;
+    state.counters["widgets/frame"] = drawn_widgets(*s.scene.root());
+    state.counters["commands/frame"] = static_cast<double>(s.canvas.commands().size());
+    state.SetLabel(s.scene.sections()[static_cast<std::size_t>(section)]);
+}
+BENCHMARK(BM_SectionRecord)->DenseRange(0, 9)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

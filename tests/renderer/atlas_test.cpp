@@ -1,8 +1,7 @@
-// The atlas arithmetic on its own: the shelf packer's edges and the UTF-16 walk.
+// The atlas arithmetic on its own: the shelf packer's edges.
 #include "velmora/renderer/atlas.hpp"
 
 #include <gtest/gtest.h>
-#include <string>
 
 namespace atlas = velmora::ui::atlas;
 
@@ -25,14 +24,4 @@ TEST(Shelf, ACellEndingAtTheRightEdgeStaysOnTheRowAndOneCrossingTheBottomDoesNot
     EXPECT_FALSE(low.fit(10, 49));
     low.take(10, 48);
     EXPECT_FALSE(low.fit(2048, 1)); // wraps below the last row, where nothing is left
-}
-
-TEST(CodePointWalk, SurrogatePairsJoinAndALoneHighSurrogateAtTheEndStandsAlone) {
-    const std::u16string text = u"a\U0001F600\xD83D";
-    std::size_t i = 0;
-    EXPECT_EQ(atlas::next_code_point(text, i), U'a');
-    EXPECT_EQ(atlas::next_code_point(text, i), U'\U0001F600');
-    EXPECT_EQ(i, 3u);
-    EXPECT_EQ(atlas::next_code_point(text, i), char32_t{0xD83D});
-    EXPECT_EQ(i, text.size());
 }

@@ -25,6 +25,14 @@ TEST_F(TextTest, MixedScriptsGiveOneCommandPerVisibleCodePoint) {
     const auto& cmds = canvas.commands();
     EXPECT_EQ(cmds.size(), 5u); // the space has a glyph but no command; the emoji is one glyph
     EXPECT_EQ(renderer->glyph_count(), 6u);
+    // Another family has glyphs of its own; going back finds the first family's again.
+    const std::string first = theme.font;
+    for (const char* family : {"DejaVu Serif", first.c_str()}) {
+        theme.font = family;
+        renderer->begin(canvas, size, size, size, size, theme);
+        canvas.text("Hi", {10, 20}, 14, 0xFFFFFFFF, 400);
+    }
+    EXPECT_EQ(renderer->glyph_count(), 8u);
 }
 
 TEST_F(TextTest, WidthAgreesWithWherePenMovesAndIgnoresATrailingNewline) {

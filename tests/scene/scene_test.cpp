@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <vector>
 
@@ -276,12 +277,33 @@ TEST_F(Frames, DialogsKeepTabInsidePopupsCloseOnAPressOutsideAndModalsHoldBackWh
     EXPECT_EQ(scene.hovered(), nullptr);
 }
 
+TEST_F(Frames, WhatWasDrawnIsCountedAfreshAfterForgetting) {
+    scene.forget_rendered();
+    EXPECT_TRUE(scene.rendered_names().empty());
+    run.frame();
+    EXPECT_EQ(scene.rendered_names(), (std::set<std::string>{"Panel", "Widget"}));
+    EXPECT_EQ(scene.rendered_kinds().size(), 2u);
+}
+
 TEST_F(Frames, HiddenFocusIsDroppedAndEscapeClosesTheTopOverlayOnlyWhenNothingHandledIt) {
     scene.focus(a);
     a->visible = false;
     run.frame();
     EXPECT_EQ(scene.focus(), nullptr);
     EXPECT_EQ(a->count(ui::focus_lost_event), 1);
+    // So is one inside a hidden parent, or beneath a modal overlay that let it keep the focus.
+    auto holder = scene.root()->emplace<ui::Panel>("");
+    auto inner = holder->emplace<Probe>("inner", ui::Rect{0, 0, 10, 10});
+    scene.focus(inner);
+    holder->visible = false;
+    run.frame();
+    EXPECT_EQ(scene.focus(), nullptr);
+    scene.focus(b);
+    scene.show(panel(), true, false, {0, 0}, true);
+    EXPECT_EQ(scene.focus(), b);
+    run.frame();
+    EXPECT_EQ(scene.focus(), nullptr);
+    scene.close_top();
 
     scene.show(panel(), false, false, {0, 0}, true);
     auto top = panel();

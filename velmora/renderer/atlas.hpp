@@ -1,11 +1,10 @@
 // Glyph atlas arithmetic shared by the Renderer and its tests (internal): the atlas limits,
-// the raster size of a text size, the shelf packer and the walk over UTF-16 units.
+// the raster size of a text size and the shelf packer.
 #pragma once
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <string_view>
 
 namespace velmora::ui::atlas {
 
@@ -43,14 +42,5 @@ struct Shelf {
         row_height = std::max(row_height, h);
     }
 };
-
-// The code point at unit `i`, advancing `i` past it. A high surrogate takes the unit after it
-// without testing that it is a low one; at the very end it stands for itself.
-inline char32_t next_code_point(std::u16string_view text, std::size_t& i) {
-    const char32_t unit = text[i++];
-    if (unit >= 0xD800 && unit <= 0xDBFF && i < text.size())
-        return 0x10000 + ((unit - 0xD800) << 10) + (static_cast<char32_t>(text[i++]) - 0xDC00);
-    return unit;
-}
 
 } // namespace velmora::ui::atlas

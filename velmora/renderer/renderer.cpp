@@ -3,7 +3,7 @@
 //   state        Impl, glyph keys, the one-renderer rule
 //   lifetime     constructor, destructor, check, gpu_error
 //   frame        begin, background, render, read_pixels, device
-//   glyphs       Impl::font, Impl::glyph (rasterise, pack, upload)
+//   glyphs       Impl::use_font, Impl::font, Impl::glyph (rasterise, pack, upload), Impl::decode
 //   text         draw_text, measure
 #include "velmora/renderer/renderer.hpp"
 
@@ -15,13 +15,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <compare>
 #include <cstdint>
 #include <exception>
-#include <map>
 #include <mutex>
 #include <stdexcept>
-#include <string_view>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace velmora::ui {
@@ -33,17 +32,21 @@ namespace {
 std::mutex renderer_mutex;
 bool renderer_live = false; // guarded by renderer_mutex
 
+// A font request: the family's index in Impl::names, the raster size and the weight.
 struct FontKey {
-    std::string name;
+    std::uint32_t name = 0;
     int raster = 0;
     int weight = 0;
-    auto operator<=>(const FontKey&) const = default;
+    bool operator==(const FontKey&) const = default;
 };
 
-struct GlyphKey {
-    FontKey font;
-    char32_t code_point = 0;
-    auto operator<=>(const GlyphKey&) const = default;
+struct FontKeyHash {
+    std::size_t operator()(const FontKey& k) const {
+        // Collisions only cost time: ids and weights are small, rasters below 65536.
+        const auto raster = static_cast<std::uint32_t>(k.raster),
+                   weight = static_cast<std::uint32_t>(k.weight);
+        return std::hash<std::uint64_t>{}(std::uint64_t{k.name} << 48 ^ std::uint64_t{raster} << 32 ^ weight);
+    }
 };
 
 void check_text_size(float size) {
@@ -62,20 +65,34 @@ struct Renderer::Impl {
         float advance = 0; // raster pixels
     };
 
+    // A font request made once; its face is made when its first glyph is.
+    struct Font {
+        FontKey key;
+        RasterFontPtr face;
+    };
+
     void* context = nullptr;
     float scale = 1;
-    std::string font_name = "Segoe UI";
+    // Family names by id, each once, and the id of the theme's font this frame: a look-up per
+    // code point must not compare names.
+    std::vector<std::string> names{"Segoe UI"};
+    std::uint32_t name = 0;
     std::unique_ptr<Rasterizer> rasterizer; // declared before the fonts, which must die first
-    std::map<FontKey, RasterFontPtr> fonts;
-    std::map<GlyphKey, Glyph> glyphs;
+    std::vector<Font> fonts;                // by font id
+    std::unordered_map<FontKey, std::uint32_t, FontKeyHash> font_ids;
+    std::unordered_map<std::uint64_t, Glyph> glyphs; // font id in the high half, code point in the low
     std::vector<unsigned> atlases;
     atlas::Shelf shelf;
+    std::u32string code_points;         // scratch, reused from text to text
     std::vector<std::uint8_t> coverage; // scratch, reused from glyph to glyph
     std::vector<std::uint8_t> texels;
 
-    RasterFont& font(int raster, int weight);
-    Glyph glyph(char32_t code_point, int raster, int weight);
+    void use_font(const std::string& family);
+    std::uint32_t font(int raster, int weight);
+    const Glyph& glyph(std::uint32_t font, char32_t code_point);
+    const Glyph& add_glyph(std::uint32_t font, char32_t code_point);
     void add_atlas();
+    const std::u32string& decode(const std::string& text);
 };
 
 // ---- lifetime ----------------------------------------------------------------------------
@@ -136,7 +153,7 @@ void Renderer::begin(Canvas& canvas, int pixel_width, int pixel_height, float lo
     canvas.renderer(this);
     // Text is sized by the vertical scale alone; a stretched frame keeps its glyphs upright.
     impl_->scale = static_cast<float>(pixel_height) / logical_height;
-    impl_->font_name = theme.font;
+    impl_->use_font(theme.font);
 }
 
 void Renderer::background(int width, int height, float time, const Theme& theme, bool grid) {
@@ -191,12 +208,18 @@ std::string Renderer::device() const {
 
 // ---- glyphs ------------------------------------------------------------------------------
 
-RasterFont& Renderer::Impl::font(int raster, int weight) {
-    FontKey key{font_name, raster, weight};
-    auto it = fonts.find(key);
-    if (it == fonts.end())
-        it = fonts.emplace(std::move(key), rasterizer->font(font_name, raster, weight)).first;
-    return *it->second;
+void Renderer::Impl::use_font(const std::string& family) {
+    if (names[name] == family) return;
+    const auto at = std::find(names.begin(), names.end(), family);
+    name = static_cast<std::uint32_t>(at - names.begin());
+    if (at == names.end()) names.push_back(family);
+}
+
+std::uint32_t Renderer::Impl::font(int raster, int weight) {
+    const FontKey key{name, raster, weight};
+    const auto [at, added] = font_ids.try_emplace(key, static_cast<std::uint32_t>(fonts.size()));
+    if (added) fonts.push_back({key, nullptr});
+    return at->second;
 }
 
 void Renderer::Impl::add_atlas() {
@@ -206,13 +229,19 @@ void Renderer::Impl::add_atlas() {
     atlases.push_back(texture);
 }
 
-Renderer::Impl::Glyph Renderer::Impl::glyph(char32_t code_point, int raster, int weight) {
-    GlyphKey key{{font_name, raster, weight}, code_point};
-    if (auto it = glyphs.find(key); it != glyphs.end()) return it->second;
+const Renderer::Impl::Glyph& Renderer::Impl::glyph(std::uint32_t font, char32_t code_point) {
+    const auto at = glyphs.find(std::uint64_t{font} << 32 | code_point);
+    return at != glyphs.end() ? at->second : add_glyph(font, code_point);
+}
+
+const Renderer::Impl::Glyph& Renderer::Impl::add_glyph(std::uint32_t font, char32_t code_point) {
     if (glyphs.size() >= atlas::max_glyphs)
         throw std::length_error("Glyph cache limit; recreate renderer after large font/size changes");
 
-    RasterFont& face = font(raster, weight);
+    Font& request = fonts[font];
+    if (!request.face)
+        request.face = rasterizer->font(names[request.key.name], request.key.raster, request.key.weight);
+    RasterFont& face = *request.face;
     const GlyphExtent extent = rasterizer->extent(face, code_point);
     if (extent.advance > atlas::largest || extent.line > atlas::largest)
         throw std::length_error("Glyph exceeds atlas");
@@ -239,8 +268,21 @@ Renderer::Impl::Glyph Renderer::Impl::glyph(char32_t code_point, int raster, int
     vg_upload(glyph.texture, glyph.x, glyph.y, w, h, texels.data(), texels.size());
     gpu_error();
     shelf.take(w, h);
-    glyphs.emplace(std::move(key), glyph);
-    return glyph;
+    return glyphs.emplace(std::uint64_t{font} << 32 | code_point, glyph).first->second;
+}
+
+// Decoded whole before any glyph is looked up, so that text which is not valid UTF-8 draws and
+// rasterises nothing.
+const std::u32string& Renderer::Impl::decode(const std::string& text) {
+    code_points.clear();
+    for (std::size_t i = 0; i < text.size();) {
+        char32_t code_point = 0;
+        const std::size_t n = decode_utf8(text, i, code_point);
+        if (n == 0) throw std::invalid_argument("Invalid UTF-8");
+        code_points.push_back(code_point);
+        i += n;
+    }
+    return code_points;
 }
 
 // ---- text --------------------------------------------------------------------------------
@@ -249,21 +291,21 @@ void Renderer::draw_text(Canvas& canvas, const std::string& text, Vec2 position,
                          int weight) {
     check();
     check_text_size(size);
-    const std::u16string units = wide(text);
+    const std::u32string& code_points = impl_->decode(text);
     const int raster = atlas::raster_size(impl_->scale, size);
+    const std::uint32_t font = impl_->font(raster, weight);
     // The rounded raster size, not 2 * scale, keeps positions in step with what was drawn.
     const float ratio = static_cast<float>(raster) / size;
     const float pad = static_cast<float>(atlas::border) / ratio;
     constexpr float texel = 1.0f / atlas::size;
 
     Vec2 pen = position;
-    for (std::size_t i = 0; i < units.size();) {
-        const char32_t code_point = atlas::next_code_point(units, i);
+    for (const char32_t code_point : code_points) {
         if (code_point == U'\n') {
             pen = {position.x, pen.y + size + 5};
             continue;
         }
-        const Impl::Glyph g = impl_->glyph(code_point, raster, weight);
+        const Impl::Glyph& g = impl_->glyph(font, code_point);
         if (code_point != U' ') {
             const float w = static_cast<float>(g.width);
             const float h = static_cast<float>(g.height);
@@ -281,19 +323,19 @@ void Renderer::draw_text(Canvas& canvas, const std::string& text, Vec2 position,
 float Renderer::measure(const std::string& text, float size, int weight) const {
     check();
     check_text_size(size);
-    const std::u16string units = wide(text);
+    const std::u32string& code_points = impl_->decode(text);
     const int raster = atlas::raster_size(impl_->scale, size);
+    const std::uint32_t font = impl_->font(raster, weight);
     const float ratio = static_cast<float>(raster) / size;
 
     float running = 0;
     float largest = 0;
-    for (std::size_t i = 0; i < units.size();) {
-        const char32_t code_point = atlas::next_code_point(units, i);
+    for (const char32_t code_point : code_points) {
         if (code_point == U'\n') {
             largest = std::max(largest, running);
             running = 0;
         } else {
-            running += impl_->glyph(code_point, raster, weight).advance / ratio;
+            running += impl_->glyph(font, code_point).advance / ratio;
         }
     }
     return std::max(largest, running);

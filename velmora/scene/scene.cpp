@@ -13,6 +13,7 @@
 #include "velmora/widgets/menus.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -49,11 +50,16 @@ int flag_code(const Input& in) {
     return 0;
 }
 
+std::uint64_t next_rendered_epoch() {
+    static std::atomic<std::uint64_t> last{0}; // 0 is what a widget that never drew holds
+    return ++last;
+}
+
 } // namespace
 
 // ---- lifetime -------------------------------------------------------------------------------
 
-Scene::Scene() : root_(std::make_shared<Panel>("")) {
+Scene::Scene() : root_(std::make_shared<Panel>("")), rendered_epoch_(next_rendered_epoch()) {
     root_->glass = false;
     root_->padding = 0;
     root_->scene = this;
@@ -66,12 +72,18 @@ Scene::~Scene() {
     for (auto& notice : notices_) detach_subtree(*notice.notification);
 }
 
+void Scene::forget_rendered() {
+    rendered_kinds_.clear();
+    rendered_names_.clear();
+    rendered_epoch_ = next_rendered_epoch();
+}
+
 // ---- dispatch and focus -----------------------------------------------------------------------
 
 bool Scene::dispatch(std::shared_ptr<Widget> target, Event event, bool bubble) {
     // Handlers may remove any of these widgets, themselves included; keep them alive.
-    std::vector<std::shared_ptr<Widget>> alive;
-    for (Widget* at = target.get(); at; at = at->parent) alive.push_back(at->shared_from_this());
+    Held<std::shared_ptr<Widget>> alive(held_widgets_);
+    for (Widget* at = target.get(); at; at = at->parent) alive.push(at->shared_from_this());
     if (!target) return event.handled;
     if (!bubble) {
         event.input = input_;
@@ -128,6 +140,21 @@ std::vector<std::shared_ptr<Widget>> Scene::focus_order() const {
     return order;
 }
 
+bool Scene::in_focus_order(const Widget& widget) const {
+    if (!widget.focusable) return false;
+    const Widget* top = &widget;
+    for (const Widget* at = &widget; at; at = at->parent) {
+        if (!at->visible || !at->enabled || (at != &widget && !at->children_active())) return false;
+        top = at;
+    }
+    for (std::size_t i = overlays_.size(); i-- > 0;) {
+        const Overlay& o = overlays_[i];
+        if (o.widget.get() == top) return true;
+        if (o.modal || (o.popup && !o.keep_focus)) return false; // a barrier hides what lies below
+    }
+    return top == root_.get();
+}
+
 std::shared_ptr<Widget> Scene::pointer_target(Vec2 point) const {
     for (auto it = overlays_.rbegin(); it != overlays_.rend(); ++it) {
         if (auto found = it->widget->hit(point)) return found;
@@ -156,17 +183,17 @@ void Scene::layout(float width, float height) {
     root_->bounds = {0, 0, width, height};
     const Rect all{0, 0, width, height};
     root_->place(*this, {}, all);
-    auto overlays = overlays_;
-    for (auto& overlay : overlays) overlay.widget->place(*this, {}, all);
-    auto notices = notices_;
-    for (auto& notice : notices) notice.notification->place(*this, {}, all);
+    const Held<Overlay> overlays(held_overlays_, overlays_);
+    for (std::size_t i = 0; i < overlays.size(); ++i) overlays[i].widget->place(*this, {}, all);
+    const Held<Notice> notices(held_notices_, notices_);
+    for (std::size_t i = 0; i < notices.size(); ++i) notices[i].notification->place(*this, {}, all);
 }
 
 void Scene::tick_tree(const std::shared_ptr<Widget>& widget) {
     if (widget->visible) widget->tick(*this);
-    auto copy = widget->children;
-    for (auto& child : copy)
-        if (widget->children_active()) tick_tree(child);
+    const Held<std::shared_ptr<Widget>> children(held_widgets_, widget->children);
+    for (std::size_t i = 0; i < children.size(); ++i)
+        if (widget->children_active()) tick_tree(std::shared_ptr<Widget>(children[i]));
 }
 
 // ---- overlays and notices -------------------------------------------------------------------------
@@ -253,15 +280,15 @@ void Scene::frame(Canvas& canvas, const Input& input, double now) {
 
     std::erase_if(notices_, [now](const Notice& n) { return n.expires <= now; });
     tick_tree(root_);
-    auto overlays = overlays_;
-    for (auto& overlay : overlays) tick_tree(overlay.widget);
+    {
+        const Held<Overlay> overlays(held_overlays_, overlays_);
+        for (std::size_t i = 0; i < overlays.size(); ++i)
+            tick_tree(std::shared_ptr<Widget>(overlays[i].widget));
+    }
     layout(canvas.width(), canvas.height());
 
     // Hidden, disabled or removed widgets lose the focus here and no sooner.
-    if (focus_) {
-        auto order = focus_order();
-        if (std::find(order.begin(), order.end(), focus_) == order.end()) focus(nullptr);
-    }
+    if (focus_ && !in_focus_order(*focus_)) focus(nullptr);
 
     auto target = pointer_target(input_.mouse);
     if (target != hovered_) {
@@ -405,23 +432,27 @@ void Scene::key_events() {
 void Scene::paint(Canvas& canvas, double now) {
     PaintContext context{canvas, *this, theme, now};
     root_->draw(context);
-    auto overlays = overlays_;
-    for (auto& overlay : overlays) {
-        if (overlay.modal) canvas.fill({0, 0, size_.x, size_.y}, modal_dim, 0);
-        canvas.backdrop();
-        overlay.widget->draw(context);
+    {
+        const Held<Overlay> overlays(held_overlays_, overlays_);
+        for (std::size_t i = 0; i < overlays.size(); ++i) {
+            if (overlays[i].modal) canvas.fill({0, 0, size_.x, size_.y}, modal_dim, 0);
+            canvas.backdrop();
+            overlays[i].widget->draw(context);
+        }
     }
-    auto notices = notices_;
-    for (auto& notice : notices) {
-        notice.notification->draw(context);
-        redraw_at(notice.expires);
+    const Held<Notice> notices(held_notices_, notices_);
+    for (std::size_t i = 0; i < notices.size(); ++i) {
+        notices[i].notification->draw(context);
+        redraw_at(notices[i].expires);
     }
 
     const bool tooltip_due = hovered_ && !hovered_->tooltip.empty() && overlays_.empty();
     if (tooltip_due && now - hover_start_ <= tooltip_delay) redraw_at(hover_start_ + tooltip_delay);
     if (tooltip_due && now - hover_start_ > tooltip_delay) {
         const Vec2 p = input_.mouse;
-        auto tip = std::make_shared<Tooltip>(hovered_->tooltip);
+        if (!tooltip_) tooltip_ = std::make_shared<Tooltip>();
+        Tooltip* tip = tooltip_.get();
+        tip->text = hovered_->tooltip;
         tip->bounds = {std::clamp(p.x + 14, 0.0f, std::max(0.0f, size_.x - 260)),
                        std::clamp(p.y + 22, 0.0f, std::max(0.0f, size_.y - 38)), 260, 34};
         tip->place(*this, {}, {0, 0, size_.x, size_.y});

@@ -24,6 +24,8 @@
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/control_kind.hpp"
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -36,6 +38,7 @@ namespace velmora::ui {
 class Panel;
 class Dialog;
 class Notification;
+class Tooltip;
 
 struct Overlay {
     std::shared_ptr<Widget> widget;
@@ -77,10 +80,7 @@ public:
     const std::set<ControlKind>& rendered_kinds() const { return rendered_kinds_; }
     const std::set<std::string>& rendered_names() const { return rendered_names_; }
     // Empties both rendered sets, for a count that starts afresh; the scene never does this itself.
-    void forget_rendered() {
-        rendered_kinds_.clear();
-        rendered_names_.clear();
-    }
+    void forget_rendered();
     Canvas* canvas() const { return canvas_; } // only during frame
     const Input& input() const { return input_; }
     Vec2 size() const { return size_; }
@@ -119,7 +119,37 @@ public:
     void frame(Canvas& canvas, const Input& input, double now);
 
 private:
-    friend class Widget; // remove() and draw() update the pressed reference and the rendered sets
+    friend class Widget; // remove(), place() and draw() reach the pressed reference, the walk
+                         // stack and the rendered sets
+
+    // Strong copies that a walk keeps while what it calls may change the lists they came from
+    // (children, overlays, notices), or destroy what it walks. They sit on a stack that keeps
+    // its storage from frame to frame, so that a steady frame allocates nothing; walks nest,
+    // and each takes its copies off again on leaving. An element reference is good only until
+    // the next nested walk pushes: call through it, or copy it.
+    template <class T> class Held {
+    public:
+        explicit Held(std::vector<T>& stack) : stack_(stack), first_(stack.size()) {}
+        Held(std::vector<T>& stack, const std::vector<T>& items) : Held(stack) {
+            stack.insert(stack.end(), items.begin(), items.end());
+            size_ = items.size();
+        }
+        ~Held() { stack_.erase(stack_.begin() + static_cast<std::ptrdiff_t>(first_), stack_.end()); }
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
+
+        void push(T item) {
+            stack_.push_back(std::move(item));
+            ++size_;
+        }
+        std::size_t size() const { return size_; }
+        const T& operator[](std::size_t i) const { return stack_[first_ + i]; }
+
+    private:
+        std::vector<T>& stack_;
+        std::size_t first_;
+        std::size_t size_ = 0;
+    };
 
     void pointer_events(std::shared_ptr<Widget> target, double now);
     void key_events();
@@ -127,6 +157,8 @@ private:
     // Lets go of the hovered widget when it lies within a subtree that is leaving the scene, so
     // that nothing outside the tree is kept alive or sent a pointer-leave.
     void unhover(const Widget& leaving);
+    // Whether the widget is in focus_order(), without building it.
+    bool in_focus_order(const Widget& widget) const;
 
     std::shared_ptr<Dialog> palette_;
     std::function<void(const std::string&)> clipboard_;
@@ -138,6 +170,13 @@ private:
     std::vector<Notice> notices_;
     std::set<ControlKind> rendered_kinds_;
     std::set<std::string> rendered_names_;
+    // Changes whenever the rendered sets are emptied, unique among all scenes: a widget that
+    // recorded itself under the current value need not look the sets up again.
+    std::uint64_t rendered_epoch_;
+    std::vector<std::shared_ptr<Widget>> held_widgets_;
+    std::vector<Overlay> held_overlays_;
+    std::vector<Notice> held_notices_;
+    std::shared_ptr<Tooltip> tooltip_; // the one tooltip, made on first use and reused
     Canvas* canvas_ = nullptr;
     Input input_;
     Vec2 size_{1, 1};

@@ -92,9 +92,10 @@ void Widget::place(Scene& owner, Vec2 origin, Rect outer) {
     const Vec2 offset = content_offset();
     const Rect inner = clips_children ? clip.intersect(children_clip()) : outer;
     const Vec2 child_origin{screen_bounds.x + offset.x, screen_bounds.y + offset.y};
-    auto copy = children; // a layout may change the tree
-    for (auto& child : copy)
-        if (child->visible && children_active()) child->place(owner, child_origin, inner);
+    const Scene::Held<std::shared_ptr<Widget>> copy(owner.held_widgets_,
+                                                    children); // a layout may change the tree
+    for (std::size_t i = 0; i < copy.size(); ++i)
+        if (copy[i]->visible && children_active()) copy[i]->place(owner, child_origin, inner);
 }
 
 std::shared_ptr<Widget> Widget::hit(Vec2 point) {
@@ -109,8 +110,12 @@ std::shared_ptr<Widget> Widget::hit(Vec2 point) {
 
 void Widget::draw(PaintContext& context) {
     if (!visible || !positive(clip)) return;
-    context.scene.rendered_kinds_.insert(kind());
-    context.scene.rendered_names_.insert(class_name());
+    Scene& owner = context.scene;
+    if (rendered_epoch_ != owner.rendered_epoch_) {
+        owner.rendered_kinds_.insert(kind());
+        owner.rendered_names_.insert(class_name());
+        rendered_epoch_ = owner.rendered_epoch_;
+    }
     Canvas& canvas = context.canvas;
     const Rect saved = canvas.clip();
     canvas.clip(clip);
@@ -118,8 +123,8 @@ void Widget::draw(PaintContext& context) {
     canvas.clip(saved);
     if (children_active()) {
         if (clips_children) canvas.push_clip(clip.intersect(children_clip()), clip_radius(context.theme));
-        auto copy = children;
-        for (auto& child : copy) child->draw(context);
+        const Scene::Held<std::shared_ptr<Widget>> copy(owner.held_widgets_, children);
+        for (std::size_t i = 0; i < copy.size(); ++i) copy[i]->draw(context);
         if (clips_children) canvas.pop_clip();
     }
     canvas.clip(clip);

@@ -18,6 +18,7 @@
 #include "velmora/platform/input.hpp"
 #include "velmora/widgets/control_kind.hpp"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -129,6 +130,9 @@ public:
                   int weight) const;
     // The downward chevron of the controls that drop a list, centred on `centre`.
     void chevron(PaintContext& context, Vec2 centre, unsigned colour) const;
+
+private:
+    std::uint64_t rendered_epoch_ = 0; // the scene's rendered epoch when this last recorded itself
 };
 
 } // namespace velmora::ui

@@ -143,8 +143,9 @@ void Accordion::expanded(bool on) {
 
 void Accordion::paint(PaintContext& context) {
     Panel::paint(context);
-    std::string heading = (expanded_ ? "\u2212  " : "+  ") + text;
-    context.canvas.text(heading, {screen_bounds.x + 14, screen_bounds.y + 12}, 14, context.theme.text, 600);
+    heading_ = expanded_ ? "\u2212  " : "+  ";
+    heading_ += text;
+    context.canvas.text(heading_, {screen_bounds.x + 14, screen_bounds.y + 12}, 14, context.theme.text, 600);
 }
 
 void Accordion::event(Event& e) {

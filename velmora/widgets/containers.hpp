@@ -115,6 +115,7 @@ public:
 
 private:
     bool expanded_ = true;
+    std::string heading_; // kept from frame to frame, so that painting allocates nothing
 };
 
 // A strip of titles over the pages; only the selected child is visible.

@@ -10,6 +10,7 @@
 #include "velmora/widgets/menus.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <stdexcept>
 #include <unordered_set>
@@ -345,19 +346,6 @@ void TreeNode::paint(PaintContext& context) {
 
 // ---- tree view --------------------------------------------------------------------------------
 
-namespace {
-
-void collect_rows(const std::shared_ptr<TreeNode>& node, int depth, std::unordered_set<const TreeNode*>& seen,
-                  std::vector<TreeView::Row>& out) {
-    if (!node || depth > TreeNode::max_depth || !seen.insert(node.get()).second)
-        throw std::logic_error("Tree cycle/depth");
-    out.push_back({node, depth});
-    if (!node->expanded) return;
-    for (const auto& child : node->child_nodes) collect_rows(child, depth + 1, seen, out);
-}
-
-} // namespace
-
 TreeView::TreeView() {
     focusable = true;
     bounds = {0, 0, 260, 220};
@@ -372,9 +360,27 @@ void TreeView::root(std::shared_ptr<TreeNode> node) {
 
 std::vector<TreeView::Row> TreeView::rows() const {
     std::vector<Row> out;
-    std::unordered_set<const TreeNode*> seen;
-    for (const auto& node : roots) collect_rows(node, 0, seen, out);
+    collect(out);
     return out;
+}
+
+void TreeView::collect(std::vector<Row>& out) const {
+    // Each walk marks the nodes it reaches with a number of its own, so a node met twice is
+    // seen at once without a set of them.
+    static std::atomic<std::uint64_t> walks{0};
+    const std::uint64_t walk = ++walks;
+    out.clear();
+    for (const auto& node : roots) collect(node, 0, walk, out);
+}
+
+void TreeView::collect(const std::shared_ptr<TreeNode>& node, int depth, std::uint64_t walk,
+                       std::vector<Row>& out) {
+    if (!node || depth > TreeNode::max_depth || node->walk_ == walk)
+        throw std::logic_error("Tree cycle/depth");
+    node->walk_ = walk;
+    out.push_back({node, depth});
+    if (!node->expanded) return;
+    for (const auto& child : node->child_nodes) collect(child, depth + 1, walk, out);
 }
 
 void TreeView::select(std::shared_ptr<TreeNode> node) {
@@ -396,6 +402,7 @@ float TreeView::clamped(float value, std::size_t row_count) const {
 void TreeView::scroll(float value) { scroll_ = clamped(value, rows().size()); }
 
 void TreeView::event(Event& e) {
+    if (e.type != pointer_down && e.type != wheel_turned && e.type != key_down) return;
     const auto all = rows();
     const int n = static_cast<int>(all.size());
     const Rect r = screen_bounds;
@@ -461,7 +468,8 @@ void TreeView::paint(PaintContext& context) {
     const Theme& theme = context.theme;
     const Rect r = screen_bounds;
     canvas.glass(r, theme, theme.panel_radius);
-    const auto all = rows();
+    collect(painted_);
+    const auto& all = painted_;
     scroll_ = clamped(scroll_, all.size());
     canvas.push_clip(inset(r, 6), 8);
     const std::size_t first = static_cast<std::size_t>(std::trunc(scroll_ / row_height));
@@ -476,6 +484,7 @@ void TreeView::paint(PaintContext& context) {
                   row_text(on, theme));
     }
     canvas.pop_clip();
+    painted_.clear(); // the storage stays, the nodes are let go
 }
 
 } // namespace velmora::ui

@@ -146,6 +146,10 @@ public:
     const char* class_name() const override { return "TreeNode"; }
     void event(Event& e) override;
     void paint(PaintContext& context) override;
+
+private:
+    friend class TreeView;
+    std::uint64_t walk_ = 0; // the last walk over the rows that reached this node
 };
 
 class TreeView : public Widget {
@@ -187,9 +191,14 @@ public:
 
 private:
     float clamped(float value, std::size_t row_count) const;
+    // What rows() returns, into `out`.
+    void collect(std::vector<Row>& out) const;
+    static void collect(const std::shared_ptr<TreeNode>& node, int depth, std::uint64_t walk,
+                        std::vector<Row>& out);
 
     std::shared_ptr<TreeNode> selected_;
     float scroll_ = 0;
+    std::vector<Row> painted_; // paint's rows, kept from frame to frame so that painting allocates nothing
 };
 
 } // namespace velmora::ui

@@ -188,7 +188,9 @@ void PopupMenu::paint(PaintContext& context) {
             if (is_active)
                 canvas.fill({r.x + 6, top, std::max(0.0f, r.w - 12), row_height}, theme.selection, 7);
             const unsigned colour = !row.enabled ? theme.muted : is_active ? theme.accent_text : theme.text;
-            canvas.text((row.checked ? "✓  " : "    ") + row.label, {r.x + 12, top + 10}, 13, colour, 400);
+            line_ = row.checked ? "✓  " : "    ";
+            line_ += row.label;
+            canvas.text(line_, {r.x + 12, top + 10}, 13, colour, 400);
             if (row.submenu) canvas.text("›", {r.x + r.w - 26, top + 8}, 16, theme.muted, 400);
         }
         top += height_of(row);

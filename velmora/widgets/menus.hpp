@@ -75,6 +75,7 @@ private:
     int row_at(float y) const;
 
     float scroll_ = 0;
+    std::string line_; // the row being painted, kept so that painting allocates nothing
 };
 
 class RightClickMenu : public PopupMenu {

@@ -351,13 +351,18 @@ void PropertyGrid::layout(Scene& owner) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         const std::string& name = names[i];
         const float y = static_cast<float>(i) * 46 + 12;
-        const std::string label_id = "property.label." + name;
-        const auto found = std::find_if(children.begin(), children.end(),
-                                        [&](const std::shared_ptr<Widget>& w) { return w->id == label_id; });
+        constexpr std::string_view prefix = "property.label.";
+        // Compared in two parts: joining them would allocate for every row in every layout.
+        const auto found =
+            std::find_if(children.begin(), children.end(), [&](const std::shared_ptr<Widget>& w) {
+                const std::string_view other = w->id;
+                return other.size() == prefix.size() + name.size() && other.starts_with(prefix) &&
+                       other.ends_with(name);
+            });
         std::shared_ptr<Widget> label = found == children.end() ? nullptr : *found;
         if (!label) {
             label = emplace<Label>(name);
-            label->id = label_id;
+            label->id = std::string(prefix) + name;
         }
         label->bounds = {12, y, label_width, 36};
         if (const auto at = editors.find(name); at != editors.end())

@@ -199,15 +199,17 @@ void TextField::history(bool redo) {
 
 // ---- 3. Geometry ---------------------------------------------------------------------------
 
-std::string TextField::display(std::string_view s) const {
-    if (!masked) return std::string(s);
-    std::string dots;
-    for (std::size_t n = code_points(s); n > 0; --n) dots += "\u2022";
-    return dots;
+std::string TextField::display(std::string_view s) const { return shown(s); }
+
+const std::string& TextField::shown(std::string_view s) const {
+    if (!masked) return shown_.assign(s);
+    shown_.clear();
+    for (std::size_t n = code_points(s); n > 0; --n) shown_ += "\u2022";
+    return shown_;
 }
 
 float TextField::measure(std::string_view s) const {
-    if (scene && scene->canvas()) return scene->canvas()->text_width(display(s), scene->theme.font_size, 400);
+    if (scene && scene->canvas()) return scene->canvas()->text_width(shown(s), scene->theme.font_size, 400);
     return 8.4f * static_cast<float>(code_points(s));
 }
 
@@ -489,7 +491,7 @@ void TextField::paint_text(PaintContext& context) {
                 if (!shown.empty()) canvas.text(shown, {left, top}, size, colour, 400);
                 canvas.fill({x0, top + size + 1, wc, 1}, colour, 0);
             } else if (!line.empty()) {
-                canvas.text(display(line), {left, top}, size, colour, 400);
+                canvas.text(shown(line), {left, top}, size, colour, 400);
             }
             if (blink_on && has_caret) canvas.fill({left + caret_x(), top, 1.5f, size + 2}, theme.accent, 0);
         }

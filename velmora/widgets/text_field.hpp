@@ -125,8 +125,13 @@ private:
     float caret_x() const;
     float line_top(int row) const;
 
+    // display()'s form of `s` in a buffer kept from frame to frame, so that painting and
+    // measuring allocate nothing; good until the next call.
+    const std::string& shown(std::string_view s) const;
+
     Composition composition_;
     Vec2 laid_out_{-1, -1}; // the size at the last layout
+    mutable std::string shown_;
 };
 
 } // namespace velmora::ui
