@@ -240,7 +240,8 @@ void BM_ShapedClips(benchmark::State& state) {
     std::vector<ui::Command> commands;
     long long clips = 0;
     for (const ui::Command& c : stage.canvas.commands()) {
-        const bool clip = c.slot[0] == ui::kind_push_clip || c.slot[0] == ui::kind_pop_clip;
+        const int kind = static_cast<int>(c.slot[0]);
+        const bool clip = kind == ui::kind_push_clip || kind == ui::kind_pop_clip;
         clips += clip;
         if (state.range(0) || !clip) commands.push_back(c);
     }
