@@ -1030,28 +1030,33 @@ bool split_clips(const ClipStack& clips, const Area& area, int base, const Frame
     out.variant[0] = base | whole;
     if (n == 0) return true;
     // The lines where a crossed clip's work may change: its sides, grown and shrunk by the
-    // margin, and the inner sides of its corner squares.
+    // margin, and the inner sides of its corner squares. Each is rounded to the pixel edge past
+    // it, away from the region that begins there (logical x and y grow right and down; pixel y
+    // grows up), so that the region's cells lie wholly in it.
     int xs[ClipPieces::most_cuts], ys[ClipPieces::most_cuts], nx = 0, ny = 0;
-    auto cut = [](int* at, int& count, int lo, int hi, float v) {
+    auto cut = [](int* at, int& count, int lo, int hi, float v, bool up) {
         if (!(v > static_cast<float>(lo) && v < static_cast<float>(hi))) return;
-        at[count++] = static_cast<int>(v);
+        at[count++] = static_cast<int>(up ? std::ceil(v) : std::floor(v));
     };
     xs[nx++] = area.x0;
     xs[nx++] = area.x1;
     ys[ny++] = area.y0;
     ys[ny++] = area.y1;
+    const auto fh = static_cast<float>(height);
     for (int k = 0; k < n; ++k) {
         const float* b = clips.clip(crossed[k]);
         const float limit = std::min(b[2], b[3]) * .5f;
         const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
         float reach[4];
         for (int c = 0; c < 4; ++c) reach[c] = std::clamp(b[4 + c], 0.0f, limit) + margin;
-        for (float v : {x0 - margin, x0 + margin, x0 + reach[0], x0 + reach[3], x1 - reach[1], x1 - reach[2],
-                        x1 - margin, x1 + margin})
-            cut(xs, nx, area.x0, area.x1, v * sx);
-        for (float v : {y0 - margin, y0 + margin, y0 + reach[0], y0 + reach[1], y1 - reach[3], y1 - reach[2],
-                        y1 - margin, y1 + margin})
-            cut(ys, ny, area.y0, area.y1, static_cast<float>(height) - v * sy);
+        for (float v : {x0 + margin, x0 + reach[0], x0 + reach[3], x1 + margin})
+            cut(xs, nx, area.x0, area.x1, v * sx, true);
+        for (float v : {x0 - margin, x1 - reach[1], x1 - reach[2], x1 - margin})
+            cut(xs, nx, area.x0, area.x1, v * sx, false);
+        for (float v : {y0 + margin, y0 + reach[0], y0 + reach[1], y1 + margin})
+            cut(ys, ny, area.y0, area.y1, fh - v * sy, false);
+        for (float v : {y0 - margin, y1 - reach[3], y1 - reach[2], y1 - margin})
+            cut(ys, ny, area.y0, area.y1, fh - v * sy, true);
     }
     std::sort(xs, xs + nx);
     std::sort(ys, ys + ny);
