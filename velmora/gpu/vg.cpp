@@ -1267,8 +1267,9 @@ bool commands_valid(const float* commands, int count) {
 }
 
 // Turns the frame into command data and runs before anything is drawn: each drawing command
-// joins the open run whenever it can share its draw, and a split surface adds a run for each of
-// its pieces. A backdrop closes the run. False when the heap is exhausted.
+// joins the open run whenever it can share its draw, and a split surface or a draw cut along
+// the shaped clips adds a run for each of its pieces; one that a clip hides whole is left out.
+// A backdrop closes the run. False when the heap is exhausted.
 bool plan(const Frame& frame, const float* commands, int count, float sigma) {
     command_data.size = 0;
     runs.size = 0;
