@@ -932,41 +932,179 @@ struct ClipStack {
         data[0] = static_cast<float>(depth);
     }
 
-    // The clip work a draw whose fragments lie in `r` (logical x0, y0, x1, y1) needs. A clip is
-    // exactly 1 over fragments at least `margin` inside its sides and outside its corner squares,
-    // so one that holds all of `r` that way is left out; the corner search only where `r`
-    // reaches the corner square of a cubic clip.
+    // What clip `i` asks of fragments that lie in `r` (logical x0, y0, x1, y1). It is exactly 1
+    // over fragments at least `margin` inside its sides and outside its corner squares: nothing
+    // (0). It is exactly 0 at least `margin` outside a side, unless a cubic corner search could
+    // reach there: `hidden`. Else the loop, with the corner search where `r` reaches the corner
+    // square of a cubic clip. `unknown` for values that are not plain numbers or an empty clip.
+    static constexpr int hidden = -1, unknown = -2;
+    int work(int i, const float* r, float margin) const {
+        const float* b = clip(i);
+        const float* radius = b + 4;
+        if (!(b[2] > 0 && b[3] > 0)) return unknown; // an empty clip hides everything
+        const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
+        const float limit = std::min(b[2], b[3]) * .5f;
+        bool corner = false;
+        for (int k = 0; k < 4; ++k) {
+            if (!std::isfinite(radius[k])) return unknown;
+            const float rk = std::clamp(radius[k], 0.0f, limit);
+            if (!(rk > 1e-5f)) continue;
+            const float reach = rk + margin;
+            const bool horizontal = k == 0 || k == 3 ? r[0] < x0 + reach : r[2] > x1 - reach;
+            const bool vertical = k < 2 ? r[1] < y0 + reach : r[3] > y1 - reach;
+            corner = corner || (horizontal && vertical);
+        }
+        const bool search = b[12] > .5f;
+        if (r[2] <= x0 - margin || r[0] >= x1 + margin || r[3] <= y0 - margin || r[1] >= y1 + margin)
+            return corner && search ? variant_clips | variant_cubic_clips : hidden;
+        const bool inside =
+            r[0] >= x0 + margin && r[2] <= x1 - margin && r[1] >= y0 + margin && r[3] <= y1 - margin;
+        if (inside && !corner) return 0;
+        return variant_clips | (corner && search ? variant_cubic_clips : 0);
+    }
+
+    // The clip work a draw whose fragments lie in `r` needs: the variant bits, or `hidden` when
+    // some clip hides all of them.
     int variant_for(const float* r, float margin) const {
         if (depth == 0) return 0;
         const int all = variant_clips | (cubic ? variant_cubic_clips : 0);
         for (int i = 0; i < 4; ++i)
             if (!std::isfinite(r[i])) return all;
         int variant = 0;
+        bool none = false;
         for (int i = 0; i < depth; ++i) {
-            const float* b = clip(i);
-            const float* radius = b + 4;
-            if (!(b[2] > 0 && b[3] > 0)) return all; // an empty clip hides everything
-            const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
-            const float limit = std::min(b[2], b[3]) * .5f;
-            bool corner = false;
-            for (int k = 0; k < 4; ++k) {
-                if (!std::isfinite(radius[k])) return all;
-                const float rk = std::clamp(radius[k], 0.0f, limit);
-                if (!(rk > 1e-5f)) continue;
-                const float reach = rk + margin;
-                const bool horizontal = k == 0 || k == 3 ? r[0] < x0 + reach : r[2] > x1 - reach;
-                const bool vertical = k < 2 ? r[1] < y0 + reach : r[3] > y1 - reach;
-                corner = corner || (horizontal && vertical);
-            }
-            const bool inside =
-                r[0] >= x0 + margin && r[2] <= x1 - margin && r[1] >= y0 + margin && r[3] <= y1 - margin;
-            if (inside && !corner) continue;
-            variant |= variant_clips;
-            if (corner && b[12] > .5f) variant |= variant_cubic_clips;
+            const int w = work(i, r, margin);
+            if (w == unknown) return all;
+            if (w == hidden)
+                none = true;
+            else
+                variant |= w;
         }
-        return variant;
+        return none ? hidden : variant;
     }
 };
+
+// A draw's pixels cut along the shaped clips it crosses, so that only those near a clip's
+// edge take the clip loop and only those near a cubic clip corner its search: the clip loop
+// costs every fragment it is compiled into, and a scissor cut costs none. Cut only where a
+// clip is exactly 0 or 1 over the whole piece, so the pixels are those of the loop.
+struct ClipPieces {
+    static constexpr int most_clips = 3;                 // that cut one draw
+    static constexpr int most_cuts = 2 + 8 * most_clips; // per axis
+    static constexpr int most = (most_cuts - 1) * (most_cuts - 1);
+    Area at[most];
+    int variant[most];
+    int count = 0;
+};
+
+// Cuts `area` (y-up pixels of the frame's target) along the clips it crosses; pieces get `base`
+// and the clip work they need, and pieces that a clip hides are left out. One piece, the whole
+// area, where the cut would save too few clip-loop pixels to pay for the draws it adds. False
+// when the clips cannot be judged: values that are not plain numbers, too many clips crossed.
+bool split_clips(const ClipStack& clips, const Area& area, int base, const Frame& frame, float margin,
+                 ClipPieces& out) {
+    const float sx = frame.sx, sy = frame.sy;
+    const int height = frame.height;
+    auto logical = [&](const Area& a, float* r) {
+        r[0] = static_cast<float>(a.x0) / sx;
+        r[1] = static_cast<float>(height - a.y1) / sy;
+        r[2] = static_cast<float>(a.x1) / sx;
+        r[3] = static_cast<float>(height - a.y0) / sy;
+    };
+    if (area.x1 <= area.x0 || area.y1 <= area.y0) return false;
+    float r[4];
+    logical(area, r);
+    int crossed[ClipPieces::most_clips], n = 0, whole = 0;
+    for (int i = 0; i < clips.depth; ++i) {
+        const int w = clips.work(i, r, margin);
+        if (w == ClipStack::unknown || (w > 0 && n == ClipPieces::most_clips)) return false;
+        if (w == ClipStack::hidden) {
+            out.count = 0;
+            return true;
+        }
+        if (w > 0) crossed[n++] = i;
+        whole |= w;
+    }
+    out.count = 1;
+    out.at[0] = area;
+    out.variant[0] = base | whole;
+    if (n == 0) return true;
+    // The lines where a crossed clip's work may change: its sides, grown and shrunk by the
+    // margin, and the inner sides of its corner squares. Each is rounded to the pixel edge past
+    // it, away from the region that begins there (logical x and y grow right and down; pixel y
+    // grows up), so that the region's cells lie wholly in it.
+    int xs[ClipPieces::most_cuts], ys[ClipPieces::most_cuts], nx = 0, ny = 0;
+    auto cut = [](int* at, int& count, int lo, int hi, float v, bool up) {
+        if (!(v > static_cast<float>(lo) && v < static_cast<float>(hi))) return;
+        at[count++] = static_cast<int>(up ? std::ceil(v) : std::floor(v));
+    };
+    xs[nx++] = area.x0;
+    xs[nx++] = area.x1;
+    ys[ny++] = area.y0;
+    ys[ny++] = area.y1;
+    const auto fh = static_cast<float>(height);
+    for (int k = 0; k < n; ++k) {
+        const float* b = clips.clip(crossed[k]);
+        const float limit = std::min(b[2], b[3]) * .5f;
+        const float x0 = b[0], y0 = b[1], x1 = b[0] + b[2], y1 = b[1] + b[3];
+        float reach[4];
+        for (int c = 0; c < 4; ++c) reach[c] = std::clamp(b[4 + c], 0.0f, limit) + margin;
+        for (float v : {x0 + margin, x0 + reach[0], x0 + reach[3], x1 + margin})
+            cut(xs, nx, area.x0, area.x1, v * sx, true);
+        for (float v : {x0 - margin, x1 - reach[1], x1 - reach[2], x1 - margin})
+            cut(xs, nx, area.x0, area.x1, v * sx, false);
+        for (float v : {y0 + margin, y0 + reach[0], y0 + reach[1], y1 + margin})
+            cut(ys, ny, area.y0, area.y1, fh - v * sy, false);
+        for (float v : {y0 - margin, y1 - reach[3], y1 - reach[2], y1 - margin})
+            cut(ys, ny, area.y0, area.y1, fh - v * sy, true);
+    }
+    std::sort(xs, xs + nx);
+    std::sort(ys, ys + ny);
+    nx = static_cast<int>(std::unique(xs, xs + nx) - xs);
+    ny = static_cast<int>(std::unique(ys, ys + ny) - ys);
+    // The work of each cell of the grid, then the cells merged greedily into rectangles of equal
+    // work: along a row, then down while the rows below match.
+    int work[ClipPieces::most];
+    const int columns = nx - 1;
+    long long looped = 0;
+    for (int j = 0; j + 1 < ny; ++j)
+        for (int i = 0; i < columns; ++i) {
+            const Area cell{xs[i], ys[j], xs[i + 1], ys[j + 1]};
+            logical(cell, r);
+            int w = 0;
+            for (int k = 0; k < n && w != ClipStack::hidden; ++k) {
+                const int v = clips.work(crossed[k], r, margin);
+                w = v == ClipStack::hidden ? v : w | v;
+            }
+            work[j * columns + i] = w;
+            if (w > 0) looped += cell.size();
+        }
+    // Below this many pixels of the loop saved, the draws the cut adds cost more.
+    constexpr long long worth = 4096;
+    if (area.size() - looped < worth) return true;
+    out.count = 0;
+    bool taken[ClipPieces::most] = {};
+    for (int j = 0; j + 1 < ny; ++j)
+        for (int i = 0; i < columns; ++i) {
+            const int w = work[j * columns + i];
+            if (taken[j * columns + i]) continue;
+            int i1 = i + 1;
+            while (i1 < columns && !taken[j * columns + i1] && work[j * columns + i1] == w) ++i1;
+            int j1 = j + 1;
+            for (; j1 + 1 < ny; ++j1) {
+                bool same = true;
+                for (int c = i; c < i1 && same; ++c)
+                    same = !taken[j1 * columns + c] && work[j1 * columns + c] == w;
+                if (!same) break;
+            }
+            for (int row = j; row < j1; ++row)
+                for (int c = i; c < i1; ++c) taken[row * columns + c] = true;
+            if (w == ClipStack::hidden) continue;
+            out.at[out.count] = {xs[i], ys[j], xs[i1], ys[j1]};
+            out.variant[out.count++] = base | w;
+        }
+    return true;
+}
 
 // The logical box (x0, y0, x1, y1) that holds the quad the vertex stage makes for command `c`,
 // padded as it pads it.
@@ -1129,8 +1267,9 @@ bool commands_valid(const float* commands, int count) {
 }
 
 // Turns the frame into command data and runs before anything is drawn: each drawing command
-// joins the open run whenever it can share its draw, and a split surface adds a run for each of
-// its pieces. A backdrop closes the run. False when the heap is exhausted.
+// joins the open run whenever it can share its draw, and a split surface or a draw cut along
+// the shaped clips adds a run for each of its pieces; one that a clip hides whole is left out.
+// A backdrop closes the run. False when the heap is exhausted.
 bool plan(const Frame& frame, const float* commands, int count, float sigma) {
     command_data.size = 0;
     runs.size = 0;
@@ -1186,6 +1325,20 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
         return true;
     };
 
+    // Draws the last command within `a` alone, as a run of its own.
+    auto draw_piece = [&](int i, int stage, GLuint texture, const Area& a, int variant) {
+        const float extent[4] = {static_cast<float>(a.x0), static_cast<float>(a.y0), static_cast<float>(a.x1),
+                                 static_cast<float>(a.y1)};
+        open = false;
+        return draw(i, material(stage, variant), stage, texture, extent, false, a);
+    };
+    ClipPieces cut;
+    auto draw_cut = [&](int i, int stage, GLuint texture) {
+        for (int n = 0; n < cut.count; ++n)
+            if (!draw_piece(i, stage, texture, cut.at[n], cut.variant[n])) return false;
+        return true;
+    };
+
     for (int i = 0; i < count; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
         const int kind = static_cast<int>(c[0]);
@@ -1215,6 +1368,10 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
         const float bounds[4] = {std::max(quad[0], left / frame.sx), std::max(quad[1], top / frame.sy),
                                  std::min(quad[2], right / frame.sx), std::min(quad[3], bottom / frame.sy)};
         const int clip_variant = clips.variant_for(bounds, clip_margin);
+        if (clip_variant == ClipStack::hidden) {
+            command_data.size -= command_floats;
+            continue;
+        }
         const int corner = (kind == 0 || kind == 1) && c[44] > .5f ? variant_cubic : 0;
         const int common = kind == 1 || (kind == 2 && !(c[11] > .5f)) ? variant_common : 0;
         const float inside = kind == 0 ? glass_inside(c, frame.sx, frame.sy) : 0.0f;
@@ -1223,8 +1380,22 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
             !split_surface(c, frame.sx, frame.sy, frame.height, box, common, corner, inside, pieces)) {
             const float extent[4] = {quad[0] * frame.sx, frame.fh - quad[3] * frame.sy, quad[2] * frame.sx,
                                      frame.fh - quad[1] * frame.sy};
-            if (!draw(i, material(stage, clip_variant | common | corner), stage, texture, extent,
-                      holds(box, extent), box))
+            // The quad's pixels within the box; a NaN edge leaves the box's.
+            const Area reach{static_cast<int>(std::floor(std::max(static_cast<float>(box.x0), extent[0]))),
+                             static_cast<int>(std::floor(std::max(static_cast<float>(box.y0), extent[1]))),
+                             static_cast<int>(std::ceil(std::min(static_cast<float>(box.x1), extent[2]))),
+                             static_cast<int>(std::ceil(std::min(static_cast<float>(box.y1), extent[3])))};
+            // Uncut, the draw may join a run whatever the pieces' boxes.
+            int variant = clip_variant | common | corner;
+            if (clip_variant != 0 && split_clips(clips, reach, common | corner, frame, clip_margin, cut)) {
+                if (cut.count != 1 || !(cut.at[0] == reach)) {
+                    if (!draw_cut(i, stage, texture)) return false;
+                    open = false;
+                    continue;
+                }
+                variant = cut.variant[0];
+            }
+            if (!draw(i, material(stage, variant), stage, texture, extent, holds(box, extent), box))
                 return false;
             continue;
         }
@@ -1234,10 +1405,10 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
         for (int n = 0; n < pieces.count; ++n) {
             const int p = reverse ? pieces.count - 1 - n : n;
             const Area& a = pieces.at[p];
-            const float extent[4] = {static_cast<float>(a.x0), static_cast<float>(a.y0),
-                                     static_cast<float>(a.x1), static_cast<float>(a.y1)};
-            open = false;
-            if (!draw(i, material(stage, clip_variant | pieces.variant[p]), stage, texture, extent, false, a))
+            const bool cut_up =
+                clip_variant != 0 && split_clips(clips, a, pieces.variant[p], frame, clip_margin, cut);
+            if (cut_up ? !draw_cut(i, stage, texture)
+                       : !draw_piece(i, stage, texture, a, clip_variant | pieces.variant[p]))
                 return false;
         }
         open = false;
