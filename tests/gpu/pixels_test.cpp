@@ -84,6 +84,24 @@ TEST_F(PixelTest, ShapedClipsAndTheHostScissorHideWhatLiesOutsideThem) {
     expect_at(image, black, {{36, 36}, {20, 64}}); // (36, 36) is outside the round clip, inside its box
     expect_at(image, white, {{4, 4}});
 
+    // A shaped clip ends exactly where a box of its shape does, edges and cubic corners alike,
+    // at every coverage quality; the clip is large enough for the draw to be cut along it.
+    const ui::Rect r{4.3f, 6.7f, 118, 112};
+    for (int quality : {0, 1, 2})
+        for (float radius : {24.0f, 6.0f, 0.0f}) {
+            ui::Theme theme = analytic();
+            theme.antialiasing = quality;
+            const Image shaped = frame(
+                [&] {
+                    canvas.push_clip(r, radius);
+                    canvas.fill(everything, opaque_red, 0);
+                    canvas.pop_clip();
+                },
+                theme);
+            const Image box = frame([&] { canvas.fill(r, opaque_red, radius); }, theme);
+            EXPECT_EQ(shaped.bytes, box.bytes) << "quality " << quality << ", radius " << radius;
+        }
+
     image = frame([&] {
         glEnable(GL_SCISSOR_TEST);
         glScissor(0, 0, size / 2, size); // the left half, in GL's bottom-up axes
