@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -61,14 +62,15 @@ void BM_RenderAll(benchmark::State& state) {
 }
 BENCHMARK(BM_RenderAll)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 
-// A hidden window at the interactive size with the gallery on it, made once for all sections:
-// one Renderer per process.
+// A hidden window with the gallery on it, made once for all sections of a size.
 struct Stage {
-    Window window{{"bench", 1280, 800, false}};
+    Window window;
     Renderer renderer;
     Canvas canvas;
     gallery::Gallery scene;
     double time = 1;
+
+    Stage(int width, int height) : window({"bench", width, height, false}) {}
 
     // The interactive loop's work for one frame, waited for until the GPU is done: reading a
     // pixel back cannot finish before the frame's drawing has.
@@ -83,9 +85,15 @@ struct Stage {
     }
 };
 
-Stage& stage() {
-    static Stage made;
-    return made;
+// The interactive size unless asked otherwise; a new size replaces the stage, since a process
+// has one Renderer at a time.
+Stage& stage(int width = 1280, int height = 800) {
+    static std::unique_ptr<Stage> made;
+    if (!made || made->window.width() != width || made->window.height() != height) {
+        made.reset();
+        made = std::make_unique<Stage>(width, height);
+    }
+    return *made;
 }
 
 // The widgets whose paint runs in a frame: visible, with something left of their clip, under
@@ -98,9 +106,10 @@ int drawn_widgets(const Widget& w) {
     return n;
 }
 
+// Arguments: the window's width (its height is 5/8 of it), then the section.
 void BM_SectionFrame(benchmark::State& state) {
-    Stage& s = stage();
-    const int section = static_cast<int>(state.range(0));
+    Stage& s = stage(static_cast<int>(state.range(0)), static_cast<int>(state.range(0) * 5 / 8));
+    const int section = static_cast<int>(state.range(1));
     s.scene.select(section);
     // The first frames after a rebuild lay the section out and fill the glyph atlases. Iterations
     // are counted by the clock: the main thread mostly waits for the rasteriser.
@@ -109,7 +118,7 @@ void BM_SectionFrame(benchmark::State& state) {
     state.SetLabel(s.scene.sections()[static_cast<std::size_t>(section)]);
 }
 BENCHMARK(BM_SectionFrame)
-    ->DenseRange(0, 9)
+    ->ArgsProduct({{1280, 1920}, benchmark::CreateDenseRange(0, 9, 1)})
     ->MeasureProcessCPUTime()
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
