@@ -151,6 +151,11 @@ TEST(KeyBindingField, CapturesCombinationsInsteadOfText) {
     undo.ctrl = undo.undo = true;
     s.run.frame(undo);
     EXPECT_EQ(s.field->value(), "Ctrl+Z");
+    undo.key = 27; // Escape in the same frame as Ctrl+Z still reaches the scene and closes the popup
+    undo.escape = true;
+    s.scene.show(std::make_shared<ui::Widget>(), false, true, {}, true);
+    s.run.frame(undo);
+    EXPECT_TRUE(s.scene.overlays().empty());
     s.run.key(8);
     EXPECT_EQ(s.field->value(), "");
     EXPECT_EQ(s.changes, 3);

@@ -388,8 +388,10 @@ void KeyBindingField::event(Event& e) {
         e.handled = true; // the key itself was captured; its character is no input
         return;
     }
-    // A bare command mark carries no key, and Escape stays free for closing dialogs.
-    if (e.type != key_down || e.key == 0 || code(e) == vk::escape) {
+    // Escape stays free for closing dialogs, even when the frame also carries an edit command
+    // (Ctrl+Z pressed just before it), which the text field would act on and so hold it back.
+    if (e.type == key_down && code(e) == vk::escape) return;
+    if (e.type != key_down || e.key == 0) { // a bare command mark carries no key
         TextField::event(e);
         return;
     }
