@@ -35,7 +35,7 @@ TEST_F(TextTest, MixedScriptsGiveOneCommandPerVisibleCodePoint) {
     EXPECT_EQ(renderer->glyph_count(), 8u);
 }
 
-TEST_F(TextTest, WidthAgreesWithWherePenMovesAndIgnoresATrailingNewline) {
+TEST_F(TextTest, WidthAgreesWithWherePenMovesAtEachSizeAndIgnoresATrailingNewline) {
     const std::string line = "Width 宽度 W\U0001D400";
     const float width = canvas.text_width(line, 15, 600);
     canvas.text(line + "|", {7, 9}, 15, 0xFFFFFFFF, 600);
@@ -44,6 +44,11 @@ TEST_F(TextTest, WidthAgreesWithWherePenMovesAndIgnoresATrailingNewline) {
 
     EXPECT_FLOAT_EQ(renderer->measure(line + "\n", 15, 600), width);
     EXPECT_FLOAT_EQ(renderer->measure("ab\n" + line, 15, 600), width);
+
+    // Sizes of one font file take turns; each new glyph is measured at its own size.
+    renderer->measure("x", 28, 400);
+    renderer->measure("y", 14, 400);
+    EXPECT_GT(renderer->measure("M", 28, 400), 1.8f * renderer->measure("M", 14, 400));
 }
 
 TEST_F(TextTest, BadTextAndGlyphsTallerThanACellLeaveNoEntryAndLargeGlyphsFillSixteenAtlases) {
