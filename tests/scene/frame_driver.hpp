@@ -28,9 +28,11 @@ public:
     }
 
     std::vector<ui::Event> seen;
+    int ticks = 0;
     bool handles = false; // mark every event handled
     std::function<void(ui::Event&)> on_event;
 
+    void tick(ui::Scene&) override { ++ticks; }
     void event(ui::Event& e) override {
         seen.push_back(e);
         if (handles) e.handled = true;

@@ -285,6 +285,15 @@ TEST_F(Frames, WhatWasDrawnIsCountedAfreshAfterForgetting) {
     EXPECT_EQ(scene.rendered_kinds().size(), 2u);
 }
 
+TEST_F(Frames, EveryVisibleWidgetTicksOncePerFrameFirstChildAndOverlaysIncluded) {
+    auto popup = std::make_shared<Probe>("p");
+    scene.show(popup, false, true, {}, true);
+    a->ticks = b->ticks = 0;
+    run.frame();
+    EXPECT_EQ(a->ticks + b->ticks + popup->ticks, 3);
+    EXPECT_EQ(a->ticks, 1);
+}
+
 TEST_F(Frames, HiddenFocusIsDroppedAndEscapeClosesTheTopOverlayOnlyWhenNothingHandledIt) {
     scene.focus(a);
     a->visible = false;
