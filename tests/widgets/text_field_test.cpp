@@ -161,6 +161,14 @@ TEST(KeyBindingField, CapturesCombinationsInsteadOfText) {
     EXPECT_EQ(s.changes, 3);
 }
 
+TEST(TextArea, TheViewFollowsTheCaretBothWays) {
+    FieldScene<ui::TextArea> s(std::string(40, '\n')); // 41 rows, one in view
+    s.run.key(35, true, false, &ui::Input::end);       // Ctrl+End
+    EXPECT_EQ(s.field->first_row, 40);
+    s.run.key(36, true, false, &ui::Input::home); // Ctrl+Home
+    EXPECT_EQ(s.field->first_row, 0);
+}
+
 TEST(AutoComplete, TypingOpensMatchesThatKeysNavigate) {
     FieldScene<ui::AutoComplete> s(Strings{"Velmora", "VelmoraUI", "C++", "Java"});
     s.run.type("vel");
