@@ -34,7 +34,7 @@ template <class Picker> struct PickerScene {
     }
 };
 
-TEST(ColorPicker, KeyboardHexFieldAndAPickerDestroyedUnderItsPopup) {
+TEST(ColorPicker, KeyboardPresetsHexFieldAndAPickerDestroyedUnderItsPopup) {
     PickerScene<ui::ColorPicker> s(0xFFFF0000u);
     auto popup = s.open<ui::ColorPopup>();
     ASSERT_TRUE(popup);
@@ -42,6 +42,9 @@ TEST(ColorPicker, KeyboardHexFieldAndAPickerDestroyedUnderItsPopup) {
     EXPECT_GT(s.picker->value() & 0xFFu, 0u);
     EXPECT_EQ(s.picker->value() >> 8 & 0xFFu, s.picker->value() & 0xFFu);
     EXPECT_EQ(s.changes, 1);
+    const ui::Rect swatch = popup->preset(6);
+    s.run.click({swatch.x + swatch.w / 2, swatch.y + swatch.h / 2});
+    EXPECT_EQ(s.picker->value(), ui::ColorPopup::presets[6]);
     s.scene.focus(popup->hex_field);
     s.run.mark(&ui::Input::select_all);
     s.run.type("#00FF0080");
