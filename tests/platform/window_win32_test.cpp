@@ -141,9 +141,26 @@ TEST_F(WindowWin32, ControlCharactersAreKeysNotText) {
     window->text_input(true);
     chars({0x08, 0x09, 0x0D, 0x1B, 0x7F, L' '});
     post(WM_KEYDOWN, VK_BACK, 1);
-    const Input& in = poll();
-    EXPECT_EQ(in.text, " ");
-    EXPECT_TRUE(in.backspace);
+    EXPECT_EQ(poll().text, " ");
+    EXPECT_TRUE(poll().backspace); // a key after text waits for the next poll
+}
+
+TEST_F(WindowWin32, ASecondCommandOrPressWaitsInTheQueue) {
+    post(WM_KEYDOWN, VK_END, 1);
+    post(WM_KEYDOWN, VK_HOME, 1);
+    for (int click = 0; click < 2; ++click) {
+        post(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 5));
+        post(WM_LBUTTONUP, 0, MAKELPARAM(5, 5));
+    }
+    const Input& end = poll();
+    EXPECT_TRUE(end.end && !end.home);
+    EXPECT_TRUE(window->wait(0));
+    const Input& home = poll();
+    EXPECT_TRUE(home.home && !home.mouse_pressed);
+    for (int click = 0; click < 2; ++click) {
+        const Input& in = poll();
+        EXPECT_TRUE(in.mouse_pressed && in.mouse_released) << click;
+    }
 }
 
 TEST(Win32Error, StepComesFirstThenTheSystemCode) {

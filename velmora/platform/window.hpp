@@ -35,7 +35,9 @@ public:
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    // Takes every pending event. False once the window should close; it stays false.
+    // Takes the pending events up to one that the record cannot hold beside those before it
+    // (a second command or press: see fits_key); that one and the rest stay pending for the
+    // next poll, so wait returns at once. False once the window should close; it stays false.
     bool poll();
     // Sleeps until an event is pending or `seconds` have passed, and takes nothing: the next
     // poll does. True when an event is pending; 0 only looks. Infinity waits for an event

@@ -239,6 +239,7 @@ struct Window::Impl : WindowState {
     ~Impl();
     void create(const WindowOptions& options);
     void update_scale();
+    bool fits(const SDL_Event& e) const;
     void handle(const SDL_Event& e);
     void key_down(const SDL_Keysym& key);
     void modifiers(Uint16 state, bool press);
@@ -391,6 +392,24 @@ void Window::Impl::typed(const char* text) {
     }
 }
 
+bool Window::Impl::fits(const SDL_Event& e) const {
+    switch (e.type) {
+    case SDL_KEYDOWN: {
+        const SDL_Keysym& key = e.key.keysym;
+        if ((key.mod & KMOD_ALT) && !(key.mod & KMOD_CTRL)) return true; // recorded nowhere
+        const unsigned code = virtual_key(key.sym);
+        return code == 0 || fits_key(input, code, (key.mod & KMOD_CTRL) != 0);
+    }
+    case SDL_MOUSEBUTTONDOWN:
+        return (e.button.button != SDL_BUTTON_LEFT && e.button.button != SDL_BUTTON_RIGHT) ||
+               fits_press(input);
+    case SDL_MOUSEMOTION:
+        return fits_motion(input);
+    default:
+        return true;
+    }
+}
+
 void Window::Impl::handle(const SDL_Event& e) {
     switch (e.type) {
     case SDL_QUIT:
@@ -502,16 +521,34 @@ bool Window::poll() {
     w.begin();
     w.modifiers(static_cast<Uint16>(SDL_GetModState()), false);
 
+    // An event that does not fit the record goes back to the front of this window's own
+    // queue, with the set-aside ones after it, and the poll ends there.
     std::vector<SDL_Event> events;
     {
         std::lock_guard lock(routing().mutex);
         events.swap(w.deferred);
     }
-    for (const SDL_Event& e : events) w.handle(e);
+    const auto hold_back = [&w, &events](std::size_t from) {
+        std::lock_guard lock(routing().mutex);
+        w.deferred.insert(w.deferred.begin(), events.begin() + static_cast<std::ptrdiff_t>(from),
+                          events.end());
+    };
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (!w.fits(events[i])) {
+            hold_back(i);
+            return w.open;
+        }
+        w.handle(events[i]);
+    }
     SDL_Event e;
     while (SDL_PollEvent(&e)) {
         const Uint32 target = event_window(e);
         if (target == 0 || target == w.id) {
+            if (!w.fits(e)) {
+                events.assign(1, e);
+                hold_back(0);
+                break;
+            }
             w.handle(e);
             continue;
         }
