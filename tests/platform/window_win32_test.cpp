@@ -87,17 +87,18 @@ TEST_F(WindowWin32, HiddenWindowHasTheRequestedClientSizeAndOneClass) {
 // 120ths of a notch, and a lost capture that releases the held button exactly once.
 TEST_F(WindowWin32, CapturedCoordinatesWheelDeltasAndALostCapture) {
     post(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 20));
-    post(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(10, 20));
     post(WM_MOUSEWHEEL, MAKEWPARAM(0, 120));
     post(WM_MOUSEWHEEL, MAKEWPARAM(0, static_cast<WORD>(-60)));
-    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(static_cast<WORD>(-5), 40)); // the last position wins
     const Input& in = poll();
-    const float s = window->dpi_scale();
-    EXPECT_FLOAT_EQ(in.mouse.x, -5 / s);
-    EXPECT_FLOAT_EQ(in.mouse.y, 40 / s);
     EXPECT_FLOAT_EQ(in.wheel, 0.5f);
-    EXPECT_TRUE(in.mouse_down && in.mouse_pressed && in.right_pressed);
-    EXPECT_TRUE(poll().mouse_down); // kept across polls
+    EXPECT_TRUE(in.mouse_down && in.mouse_pressed);
+    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(30, 30));
+    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(static_cast<WORD>(-5), 40)); // the last position wins
+    const Input& moved = poll();
+    const float s = window->dpi_scale();
+    EXPECT_FLOAT_EQ(moved.mouse.x, -5 / s);
+    EXPECT_FLOAT_EQ(moved.mouse.y, 40 / s);
+    EXPECT_TRUE(moved.mouse_down); // kept across polls
 
     post(WM_CAPTURECHANGED);
     post(WM_CAPTURECHANGED);

@@ -778,7 +778,10 @@ GLuint snapshot(GLuint framebuffer, GLenum buffer, const Frame& f, const float* 
     glBindFramebuffer_(GL_READ_FRAMEBUFFER, framebuffer);
     glReadBuffer_(buffer);
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, scene_fbo);
-    glBlitFramebuffer_(0, 0, f.width, f.height, 0, 0, f.width, f.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    // Glass drawn into a partial frame reads only inside its box.
+    const Area frozen = f.confined ? f.confine : Area{0, 0, f.width, f.height};
+    glBlitFramebuffer_(frozen.x0, frozen.y0, frozen.x1, frozen.y1, frozen.x0, frozen.y0, frozen.x1, frozen.y1,
+                       GL_COLOR_BUFFER_BIT, GL_NEAREST);
     GLuint result = scene_tex;
     if (sigma > .01f) {
         const auto bw = static_cast<float>(blur_w), bh = static_cast<float>(blur_h);
