@@ -28,6 +28,7 @@ WindowOptions window_options(const AppOptions& options) {
     w.width = options.width;
     w.height = options.height;
     w.visible = options.visible;
+    w.vsync = options.vsync;
     return w;
 }
 
@@ -135,6 +136,7 @@ App::Client App::client(const std::function<void(Canvas&, double)>& paint) {
 void App::run(Scene& scene) {
     if (!scene.clipboard())
         scene.clipboard([this](const std::string& text) { window_.clipboard_text(text); });
+    if (!scene.waker()) scene.waker(window_.waker());
     loop(client(scene));
 }
 

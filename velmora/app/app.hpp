@@ -43,6 +43,7 @@ struct AppOptions {
     bool grid = false;   // the background's faint grid
     bool animate_background = false; // redraw all the time so the background keeps moving
     int frames = 0;                  // stop after this many frames; 0: when the window closes
+    bool vsync = true; // a visible window presents at the display's refresh; hidden ones never wait
 };
 
 // One frame of a headless run: its time on the frame clock and what the user did, the pointer

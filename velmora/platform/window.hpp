@@ -14,6 +14,7 @@
 
 #include "velmora/platform/input.hpp"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,6 +25,7 @@ struct WindowOptions {
     int width = 1280;  // client size in pixels, each 64 to 16384
     int height = 800;
     bool visible = true; // shown normally, or kept out of sight
+    bool vsync = true;   // a shown window presents at the display's refresh, where the driver lets it
 };
 
 class Window {
@@ -46,6 +48,9 @@ public:
     void swap();
     // The next poll returns false.
     void close();
+    // A function that makes `wait` return and brings a poll, callable from any thread at any
+    // time, even after the window is gone (it then does nothing).
+    std::function<void()> waker() const;
 
     // Client size in pixels, asked anew each time.
     int width() const;

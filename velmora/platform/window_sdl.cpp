@@ -289,7 +289,8 @@ void Window::Impl::create(const WindowOptions& options) {
     }
     if (!context) platform_error("Create GL context");
     if (SDL_GL_MakeCurrent(window, context) != 0) platform_error("Create GL context");
-    SDL_GL_SetSwapInterval(1); // where the driver refuses, presentation simply doesn't wait
+    // Where the driver refuses, presentation simply doesn't wait. A hidden window never waits.
+    SDL_GL_SetSwapInterval(options.vsync && options.visible ? 1 : 0);
 
     // SDL turns text input on when video starts; typed text waits for text_input(true).
     SDL_StopTextInput();
@@ -580,6 +581,16 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+std::function<void()> Window::waker() const {
+    impl_->check();
+    // SDL's queue takes events from any thread, and refuses them once video has stopped.
+    return [] {
+        SDL_Event e{};
+        e.type = SDL_USEREVENT;
+        SDL_PushEvent(&e);
+    };
 }
 
 int Window::width() const {

@@ -254,8 +254,9 @@ void Window::Impl::make_context(const WindowOptions& options) {
         }
     }
 
+    // Where the driver refuses, presentation simply doesn't wait. A hidden window never waits.
     if (auto interval = wgl_lookup<SwapInterval>("wglSwapIntervalEXT"))
-        interval(1); // where the driver refuses, presentation simply doesn't wait
+        interval(options.vsync && options.visible ? 1 : 0);
 }
 
 // The pbuffer has the window's pixel layout: double-buffered RGBA8 with depth and stencil,
@@ -559,6 +560,12 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+std::function<void()> Window::waker() const {
+    impl_->check();
+    // Posting to a window that is gone fails and does nothing.
+    return [window = impl_->window] { PostMessageW(window, WM_NULL, 0, 0); };
 }
 
 SIZE Window::Impl::client_size() const {
