@@ -333,6 +333,8 @@ void prepare_state(const GlState& s);
 void restore_state(const GlState& s);
 
 // frozen_scene.cpp
+// Binds `texture` to the active unit and gives it RGBA8 storage, filtered linearly, clamped.
+void define_texture(GLuint texture, int width, int height);
 bool define_target(GLuint texture, GLuint framebuffer, int width, int height);
 bool resize_textures(int width, int height);
 void enable_premultiplied_blending();

@@ -5,14 +5,18 @@ namespace velmora::gpu::backend {
 
 // ---- frozen scene -------------------------------------------------------------------------
 
-// Defines the storage of one colour target and attaches it; false when incomplete.
-bool define_target(GLuint texture, GLuint framebuffer, int width, int height) {
+void define_texture(GLuint texture, int width, int height) {
     glBindTexture_(GL_TEXTURE_2D, texture);
     glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     glTexImage2D_(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+}
+
+// Defines the storage of one colour target and attaches it; false when incomplete.
+bool define_target(GLuint texture, GLuint framebuffer, int width, int height) {
+    define_texture(texture, width, height);
     glBindFramebuffer_(GL_FRAMEBUFFER, framebuffer);
     glFramebufferTexture2D_(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
     glDrawBuffer_(GL_COLOR_ATTACHMENT0);

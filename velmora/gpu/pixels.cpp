@@ -46,12 +46,7 @@ unsigned vg_texture(int width, int height) {
     glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, 0);
     GLuint texture = 0;
     glGenTextures_(1, &texture);
-    glBindTexture_(GL_TEXTURE_2D, texture);
-    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri_(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glTexImage2D_(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    define_texture(texture, width, height);
     glBindTexture_(GL_TEXTURE_2D, static_cast<GLuint>(bound));
     glBindBuffer_(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(unpack));
     glActiveTexture_(static_cast<GLenum>(active));
