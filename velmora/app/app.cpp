@@ -4,6 +4,7 @@
 #include "velmora/gpu/vg.hpp"
 #include "velmora/immediate/ui.hpp"
 #include "velmora/renderer/png.hpp"
+#include "velmora/scene/accessibility_tree.hpp"
 #include "velmora/scene/scene.hpp"
 
 #include <algorithm>
@@ -40,6 +41,10 @@ struct App::Client {
     std::function<bool()> text_input;
     std::function<Rect()> caret; // logical units; empty when none
     std::function<double()> due; // the next frame the drawing asked for
+    // Assistive technology: answers its requests, true when one changed something; and tells
+    // it what a frame changed. Empty for drawings without a tree.
+    std::function<bool()> serve = [] { return false; };
+    std::function<void()> publish = [] {};
 };
 
 App::App(AppOptions options)
@@ -77,6 +82,7 @@ void App::loop(const Client& client) {
         bool woken = window_.wait(std::max(at - clock(), 0.0));
         // The platform's timer may be coarser than the clock; a frame never comes early.
         for (double now = clock(); !woken && now < at; now = clock()) woken = window_.wait(at - now);
+        woken = client.serve() || woken;
         if (!window_.poll()) return;
         const double t = clock();
         // The window reports the pointer in its own units; the drawing works in logical ones.
@@ -91,6 +97,7 @@ void App::loop(const Client& client) {
             window_.text_input_rect({caret.x / unit.x, caret.y / unit.y, caret.w / unit.x, caret.h / unit.y});
         }
         window_.swap();
+        client.publish();
         if (frame == options_.frames) return;
         last = t;
         due = options_.animate_background || woken || frame == 1 ? -never : client.due();
@@ -132,7 +139,25 @@ App::Client App::client(const std::function<void(Canvas&, double)>& paint) {
 void App::run(Scene& scene) {
     if (!scene.clipboard())
         scene.clipboard([this](const std::string& text) { window_.clipboard_text(text); });
-    loop(client(scene));
+    Client c = client(scene);
+    // Costs nothing until assistive technology listens: then the tree is described after each frame.
+    AccessibilityTree tree(scene);
+    const auto bridge = AccessibilityBridge::create(tree, options_.title, [this] { window_.wake(); });
+    if (bridge) {
+        c.serve = [&bridge] { return bridge->serve(); };
+        c.publish = [this, &bridge, &tree] {
+            if (!bridge->listening()) {
+                tree.clear();
+                return;
+            }
+            // A listener that just came asks for what it needs; it is told only of changes.
+            const bool fresh = !tree.node(tree.root());
+            const auto& changes =
+                tree.update(options_.title, static_cast<float>(window_.width()) / logical().x);
+            if (!fresh) bridge->publish(changes);
+        };
+    }
+    loop(c);
 }
 
 void App::run(const std::function<void(Ui&)>& build) {

@@ -7,7 +7,7 @@
 // offscreen and never shown, so any size works on any screen. On a machine without a display
 // it renders through a headless driver.
 //
-// A Window belongs to the thread that made it: every call but construction and destruction
+// A Window belongs to the thread that made it: every call but construction, destruction and wake
 // throws std::logic_error "Window used from another thread" elsewhere, and destroying it from
 // another thread terminates the program.
 #pragma once
@@ -41,6 +41,9 @@ public:
     // poll does. True when an event is pending; 0 only looks. Infinity waits for an event
     // alone. Throws std::invalid_argument "Wait time" for a negative time or NaN.
     bool wait(double seconds);
+    // Ends a wait soon, as an event would; the one call any thread may make. The next poll
+    // takes nothing for it.
+    void wake();
     void swap();
     // The next poll returns false.
     void close();

@@ -535,6 +535,12 @@ bool Window::wait(double seconds) {
     return SDL_WaitEventTimeout(nullptr, ms) == 1;
 }
 
+void Window::wake() {
+    SDL_Event e{};
+    e.type = SDL_USEREVENT;
+    SDL_PushEvent(&e);
+}
+
 void Window::swap() {
     impl_->check();
     SDL_GL_SwapWindow(impl_->window);

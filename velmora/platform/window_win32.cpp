@@ -528,6 +528,8 @@ bool Window::wait(double seconds) {
     return MsgWaitForMultipleObjectsEx(0, nullptr, ms, QS_ALLINPUT, MWMO_INPUTAVAILABLE) == WAIT_OBJECT_0;
 }
 
+void Window::wake() { PostMessageW(impl_->window, WM_NULL, 0, 0); }
+
 void Window::swap() {
     impl_->check();
     // Nothing presents a pbuffer; its frames are read back before the swap.

@@ -254,4 +254,20 @@ RadioGroup::RadioGroup(const std::vector<std::string>& items) {
 
 void RadioGroup::option(std::string label) { adopt(*emplace<RadioButton>(std::move(label))); }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void ToggleButton::describe(AccessibleNode& node) const {
+    namespace st = accessible_state;
+    Button::describe(node);
+    // A list item is chosen, not ticked.
+    const bool item = kind() == ControlKind::ListItem;
+    node.states |=
+        (item ? st::selectable : st::checkable) | (selected_ ? (item ? st::selected : st::checked) : 0);
+}
+
+void Callout::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    if (accessible_description.empty()) node.description = body;
+}
+
 } // namespace velmora::ui

@@ -478,4 +478,23 @@ void DragBar::event(Event& e) {
     }
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void Accordion::describe(AccessibleNode& node) const {
+    Panel::describe(node);
+    node.states |= accessible_state::expandable | (expanded_ ? accessible_state::expanded : 0);
+}
+
+bool Accordion::accessible_action(std::uint32_t action, std::int32_t item) {
+    if (item != -1 || action != accessible_action::expand || !enabled) return false;
+    expanded(!expanded_);
+    return true;
+}
+
+void TabPage::describe(AccessibleNode& node) const {
+    Panel::describe(node);
+    // Only the chosen page of a strip is shown.
+    node.states |= accessible_state::selectable | accessible_state::selected;
+}
+
 } // namespace velmora::ui

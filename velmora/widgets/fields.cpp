@@ -571,4 +571,21 @@ void ComboBox::paint(PaintContext& context) {
     chevron(context, {sb.x + sb.w - 17, middle(sb)}, enabled ? context.theme.text : context.theme.muted);
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void NumberField::describe(AccessibleNode& node) const {
+    TextField::describe(node);
+    node.has_value = true;
+    node.value = number_;
+    node.minimum = minimum_;
+    node.maximum = maximum_;
+    node.step = step_;
+}
+
+bool NumberField::accessible_value(double v) {
+    if (read_only) return false;
+    number(v);
+    return true;
+}
+
 } // namespace velmora::ui

@@ -341,4 +341,28 @@ void SpinnerIndicator::paint(PaintContext& context) {
     context.scene.redraw_at(context.time + 1.0 / 60); // turns smoothly at 60 frames a second
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void Slider::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.has_value = true;
+    node.value = value_;
+    node.minimum = minimum;
+    node.maximum = maximum;
+    node.step = step_;
+    node.states |= accessible_state::horizontal;
+}
+
+bool Slider::accessible_value(double v) {
+    value(v);
+    return true;
+}
+
+void ProgressBar::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.has_value = true;
+    node.value = value_;
+    node.maximum = 1;
+}
+
 } // namespace velmora::ui
