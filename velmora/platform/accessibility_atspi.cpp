@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <cstdlib>
@@ -38,6 +39,7 @@ constexpr const char* null_path = "/org/a11y/atspi/null";
 constexpr const char* cache_path = "/org/a11y/atspi/cache";
 constexpr const char* desktop = "desktop";      // stands for the desktop's path, on the registry's connection
 constexpr std::uint64_t call_timeout = 1000000; // microseconds
+constexpr std::chrono::milliseconds burst{8};
 
 // ---- roles, states, actions ------------------------------------------------------------------------------
 
@@ -314,7 +316,8 @@ private:
     std::string unique_name_;
     std::string desktop_name_ = "org.a11y.atspi.Registry";
     std::int32_t application_id_ = 0;
-    bool changed_ = false; // a request changed something during serve()
+    bool changed_ = false;  // a request changed something during serve()
+    bool embedded_ = false; // registered on the accessibility bus now open
 
     std::thread watcher_;
     int pipe_[2] = {-1, -1}; // wakes the watcher: to stop, or to watch other sockets
@@ -405,9 +408,17 @@ bool AtspiBridge::serve() {
         sd_bus_close_unref(session);
         disconnect();
     }
-    int r = 1;
-    while (bus_ && r > 0) r = sd_bus_process(bus_, nullptr);
-    if (bus_ && r < 0) disconnect();
+    // A client walking the tree asks one question at a time, each as soon as the last is
+    // answered: keep answering while the next follows closely, for a few milliseconds at most.
+    const auto start = std::chrono::steady_clock::now();
+    for (int r = 1; bus_;) {
+        while (bus_ && r > 0) r = sd_bus_process(bus_, nullptr);
+        if (bus_ && r < 0) disconnect();
+        if (!bus_ || std::chrono::steady_clock::now() - start > burst) break;
+        pollfd next{sd_bus_get_fd(bus_), POLLIN, 0};
+        if (poll(&next, 1, 2) <= 0) break;
+        r = 1;
+    }
     {
         std::lock_guard lock(mutex_);
         pending_ = false;
@@ -467,9 +478,6 @@ void AtspiBridge::connect() {
     sd_bus_set_method_call_timeout(bus_, call_timeout);
     sd_bus_add_fallback(bus_, nullptr, prefix, &AtspiBridge::on_call, this);
     sd_bus_add_object(bus_, nullptr, cache_path, &AtspiBridge::on_cache, this);
-    sd_bus_call_method_async(bus_, nullptr, "org.a11y.atspi.Registry", root_path, "org.a11y.atspi.Socket",
-                             "Embed", &AtspiBridge::on_embedded, this, "(so)", unique_name_.c_str(),
-                             root_path);
     rewatch();
 }
 
@@ -494,6 +502,7 @@ void AtspiBridge::disconnect() {
         std::lock_guard lock(mutex_);
         bus_ = nullptr;
     }
+    embedded_ = false;
     sd_bus_close_unref(bus);
     rewatch();
 }
@@ -1109,6 +1118,13 @@ void AtspiBridge::emit(const std::string& path, const char* iface, const char* m
 
 void AtspiBridge::publish(const std::vector<AccessibleChange>& changes) {
     if (!bus_) return;
+    // Registered once the tree stands, so that the first look finds the window.
+    if (!embedded_) {
+        embedded_ = sd_bus_call_method_async(bus_, nullptr, "org.a11y.atspi.Registry", root_path,
+                                             "org.a11y.atspi.Socket", "Embed", &AtspiBridge::on_embedded,
+                                             this, "(so)", unique_name_.c_str(), root_path) >= 0;
+        return;
+    }
     constexpr const char* object = "org.a11y.atspi.Event.Object";
     const std::int32_t zero = 0;
     for (const AccessibleChange& c : changes) {

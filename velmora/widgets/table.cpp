@@ -365,8 +365,10 @@ void PropertyGrid::layout(Scene& owner) {
             label->id = std::string(prefix) + name;
         }
         label->bounds = {12, y, label_width, 36};
-        if (const auto at = editors.find(name); at != editors.end())
+        if (const auto at = editors.find(name); at != editors.end()) {
             at->second->bounds = {label_width + 12, y, editor_width, 36};
+            at->second->labelled_by = label;
+        }
     }
     ScrollPane::layout(owner);
 }
