@@ -233,7 +233,7 @@ struct Window::Impl : WindowState {
     SDL_GLContext previous_context = nullptr;
     bool video = false;
     Uint32 id = 0;
-    Uint16 mods = 0; // modifier state as of the last key event, or the start of the poll
+    Uint16 mods = 0; // modifier state as of the last key event taken
     std::vector<SDL_Event> deferred;
 
     ~Impl();
@@ -253,6 +253,7 @@ void Window::Impl::create(const WindowOptions& options) {
     register_class();
     start_video(options.visible);
     video = true;
+    mods = static_cast<Uint16>(SDL_GetModState());
 
     previous_window = SDL_GL_GetCurrentWindow();
     previous_context = SDL_GL_GetCurrentContext();
@@ -500,7 +501,9 @@ bool Window::poll() {
     impl_->check();
     Impl& w = *impl_;
     w.begin();
-    w.modifiers(static_cast<Uint16>(SDL_GetModState()), false);
+    // As of the last key event taken, not SDL_GetModState(): a wait may already have pumped a
+    // release that comes after a click still in the queue.
+    w.modifiers(w.mods, false);
 
     std::vector<SDL_Event> events;
     {
@@ -525,11 +528,16 @@ bool Window::poll() {
 bool Window::wait(double seconds) {
     impl_->check();
     if (!(seconds >= 0)) throw std::invalid_argument("Wait time");
+    if (!impl_->open) return true;
     {
         std::lock_guard lock(routing().mutex);
         if (!impl_->deferred.empty()) return true;
     }
-    if (std::isinf(seconds)) return SDL_WaitEvent(nullptr) == 1;
+    if (std::isinf(seconds)) {
+        // 0 here is a failure, which would otherwise return at once forever.
+        if (SDL_WaitEvent(nullptr) != 1) platform_error("Wait for events");
+        return true;
+    }
     // Rounded up, so that the wait never ends before the time asked for.
     const int ms = seconds < 1e6 ? static_cast<int>(std::ceil(seconds * 1000)) : 1000000000;
     return SDL_WaitEventTimeout(nullptr, ms) == 1;
@@ -549,6 +557,11 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+void Window::make_current() {
+    impl_->check();
+    if (SDL_GL_MakeCurrent(impl_->window, impl_->context) != 0) platform_error("Make GL context current");
 }
 
 int Window::width() const {
