@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -162,8 +163,15 @@ void App::run(Scene& scene) {
     AccessibilityTree tree(scene);
     const auto bridge = AccessibilityBridge::create(tree, options_.title, [this] { window_.wake(); });
     if (bridge) {
+        // Questions are answered on the bridge's thread: the scene and the tree change only
+        // while the program holds the bridge.
+        c.record = [&bridge, record = c.record](const Input& input, double t) {
+            std::lock_guard hold(*bridge);
+            record(input, t);
+        };
         c.serve = [&bridge] { return bridge->serve(); };
         c.publish = [this, &bridge, &tree] {
+            std::lock_guard hold(*bridge);
             if (!bridge->listening()) {
                 tree.clear();
                 return;

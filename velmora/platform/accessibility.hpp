@@ -182,19 +182,24 @@ public:
 // accessibility service stays silent and costs nothing.
 class AccessibilityBridge {
 public:
-    // The platform's bridge; `wake` may be called from another thread when a request arrives
-    // while the program sleeps, and must make the loop call serve() soon.
+    // The platform's bridge. It may answer questions on a thread of its own, while the program
+    // holds neither the bridge nor the tree; `wake` may be called from that thread and must make
+    // the loop call serve() soon.
     static std::unique_ptr<AccessibilityBridge> create(AccessibleHost& host, std::string application,
                                                        std::function<void()> wake);
     virtual ~AccessibilityBridge() = default;
 
     // Whether assistive technology listens: only then need the tree be kept.
     virtual bool listening() const = 0;
-    // Answers the requests that came in; never blocks. True when one of them changed something,
-    // so that a frame should follow.
+    // Does, on the program's thread, what requests asked to change; never blocks for long. True
+    // when something changed, so that a frame should follow.
     virtual bool serve() = 0;
     // Tells the listeners what changed since the last frame.
     virtual void publish(const std::vector<AccessibleChange>& changes) = 0;
+    // Held by the program while it changes the scene or the tree, so that no question is
+    // answered from either half-way.
+    virtual void lock() = 0;
+    virtual void unlock() = 0;
 };
 
 } // namespace velmora::ui

@@ -7,9 +7,11 @@
 //     Application, Properties and the Cache
 //   - events
 //
-// Every call on a bus is made on the program's thread; the watcher only polls the sockets. A
-// bus that goes away switches the bridge off, and nothing here waits for an answer longer than
-// a second.
+// A thread of its own answers the questions at once, even while the program draws a slow
+// frame, from the tree as the last frame left it; the program holds the bridge (lock()) while it
+// changes the scene and the tree. What changes the program (an action, a value, text) waits
+// for the program's thread, in serve(), and is answered from there. A bus that goes away
+// switches the bridge off, and nothing here waits for an answer longer than a second.
 #include "velmora/platform/accessibility.hpp"
 
 #include <systemd/sd-bus.h>
@@ -20,9 +22,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -39,9 +39,8 @@ constexpr const char* null_path = "/org/a11y/atspi/null";
 constexpr const char* cache_path = "/org/a11y/atspi/cache";
 constexpr const char* desktop = "desktop";      // stands for the desktop's path, on the registry's connection
 constexpr std::uint64_t call_timeout = 1000000; // microseconds
-constexpr std::chrono::milliseconds burst{8};
 
-// ---- roles, states, actions ------------------------------------------------------------------------------
+// ---- roles, states, actions ---------------------------------------------------------------------
 
 struct RoleName {
     std::uint32_t number;
@@ -203,7 +202,7 @@ int action_count(std::uint32_t actions) {
     return n;
 }
 
-// ---- text offsets: the bus counts characters, the tree bytes -------------------------------------------
+// ---- text offsets: the bus counts characters, the tree bytes ------------------------------------
 
 std::int32_t characters(std::string_view s, std::size_t bytes) {
     std::int32_t n = 0;
@@ -220,7 +219,7 @@ std::size_t byte_of(std::string_view s, std::int64_t n) {
     return s.size();
 }
 
-// ---- what a path names ------------------------------------------------------------------------------------
+// ---- what a path names --------------------------------------------------------------------------
 
 struct Target {
     bool application = false;
@@ -269,22 +268,26 @@ struct View {
     const AccessibleNode* node = nullptr; // only for nodes
 };
 
-// ---- the bridge
-// --------------------------------------------------------------------------------------------
+// ---- the bridge ---------------------------------------------------------------------------------
 
 class AtspiBridge final : public AccessibilityBridge {
 public:
     AtspiBridge(AccessibleHost& host, std::string application, std::function<void()> wake);
     ~AtspiBridge() override;
 
-    bool listening() const override { return bus_ != nullptr; }
+    bool listening() const override { return listening_; }
     bool serve() override;
     void publish(const std::vector<AccessibleChange>& changes) override;
+    void lock() override { mutex_.lock(); }
+    void unlock() override { mutex_.unlock(); }
 
 private:
     // The watcher: polls the sockets while the program sleeps.
     void watch();
     void rewatch();
+    // Answers `m` later, on the program's thread: `work` changes the program, and says whether
+    // it could. `boolean`: the reply carries that answer, else a refusal is an error.
+    int later(sd_bus_message* m, bool boolean, std::function<bool()> work);
     // Reads org.a11y.Status and connects or disconnects to match.
     void check_status();
     void connect();
@@ -316,16 +319,22 @@ private:
     std::string unique_name_;
     std::string desktop_name_ = "org.a11y.atspi.Registry";
     std::int32_t application_id_ = 0;
-    bool changed_ = false;  // a request changed something during serve()
     bool embedded_ = false; // registered on the accessibility bus now open
+    std::atomic<bool> listening_{false};
+
+    struct Deferred {
+        sd_bus_message* call;
+        bool boolean;
+        std::function<bool()> work;
+    };
+    std::vector<Deferred> deferred_;
+    std::atomic<bool> ready_{false}; // deferred_ holds work
+    bool fresh_ = false;             // switched on: the next frame describes the tree
 
     std::thread watcher_;
     int pipe_[2] = {-1, -1}; // wakes the watcher: to stop, or to watch other sockets
-    std::mutex mutex_;
-    std::condition_variable served_;
-    bool pending_ = false; // the watcher saw input; the loop hasn't served it yet
-    bool stop_ = false;
-    std::atomic<bool> ready_{false}; // a lock-free look at pending_
+    std::atomic<bool> stop_{false};
+    std::recursive_mutex mutex_; // the buses, the host's tree, deferred_
 };
 
 AtspiBridge::AtspiBridge(AccessibleHost& host, std::string application, std::function<void()> wake)
@@ -344,46 +353,50 @@ AtspiBridge::AtspiBridge(AccessibleHost& host, std::string application, std::fun
 
 AtspiBridge::~AtspiBridge() {
     if (watcher_.joinable()) {
-        {
-            std::lock_guard lock(mutex_);
-            stop_ = true;
-        }
-        served_.notify_all();
-        [[maybe_unused]] const auto n = write(pipe_[1], "x", 1);
+        stop_ = true;
+        rewatch();
         watcher_.join();
     }
     for (int fd : pipe_)
         if (fd >= 0) close(fd);
+    for (const Deferred& d : deferred_) sd_bus_message_unref(d.call);
     disconnect();
     if (session_) sd_bus_close_unref(session_);
 }
 
-// ---- the watcher
-// -------------------------------------------------------------------------------------------
+// ---- the watcher --------------------------------------------------------------------------------
 
 void AtspiBridge::watch() {
-    for (;;) {
-        pollfd fds[3] = {{pipe_[0], POLLIN, 0}, {-1, POLLIN, 0}, {-1, POLLIN, 0}};
+    while (!stop_) {
+        pollfd fds[3] = {{pipe_[0], POLLIN, 0}, {-1, 0, 0}, {-1, 0, 0}};
         {
-            std::unique_lock lock(mutex_);
-            served_.wait(lock, [this] { return stop_ || !pending_; });
-            if (stop_) return;
-            fds[1].fd = session_ ? sd_bus_get_fd(session_) : -1;
-            fds[2].fd = bus_ ? sd_bus_get_fd(bus_) : -1;
+            std::lock_guard hold(mutex_);
+            // A failing bus is one that went away: the session takes the bridge off for good, the
+            // accessibility bus until the status says otherwise.
+            int r = 1;
+            while (session_ && r > 0) r = sd_bus_process(session_, nullptr);
+            if (session_ && r < 0) {
+                disconnect();
+                sd_bus_close_unref(session_);
+                session_ = nullptr;
+            }
+            for (r = 1; bus_ && r > 0;) r = sd_bus_process(bus_, nullptr);
+            if (bus_ && r < 0) disconnect();
+            if (!deferred_.empty() || fresh_) {
+                ready_ = true;
+                wake_();
+            }
+            for (int k = 1; k < 3; ++k)
+                if (sd_bus* bus = k == 1 ? session_ : bus_) {
+                    fds[k].fd = sd_bus_get_fd(bus);
+                    fds[k].events = static_cast<short>(std::max(sd_bus_get_events(bus), 0));
+                }
         }
         if (poll(fds, 3, -1) < 0 && errno != EINTR) return;
         if (fds[0].revents) {
             char drained[16];
             [[maybe_unused]] const auto n = read(pipe_[0], drained, sizeof drained);
-            continue;
         }
-        if (!fds[1].revents && !fds[2].revents) continue;
-        {
-            std::lock_guard lock(mutex_);
-            pending_ = true;
-        }
-        ready_ = true;
-        wake_();
     }
 }
 
@@ -392,43 +405,31 @@ void AtspiBridge::rewatch() {
         const auto n = write(pipe_[1], "x", 1);
 }
 
-bool AtspiBridge::serve() {
-    // Output the socket couldn't take at once waits in the queue for the next serve.
-    if (!ready_.exchange(false) && !(bus_ && (sd_bus_get_events(bus_) & POLLOUT))) return false;
-    changed_ = false;
-    // A failing bus is one that went away: the session takes the bridge off for good, the
-    // accessibility bus until the status says otherwise.
-    for (int r = 1; session_ && r > 0;) r = sd_bus_process(session_, nullptr);
-    if (session_ && !sd_bus_is_open(session_)) {
-        sd_bus* session = session_;
-        {
-            std::lock_guard lock(mutex_);
-            session_ = nullptr;
-        }
-        sd_bus_close_unref(session);
-        disconnect();
-    }
-    // A client walking the tree asks one question at a time, each as soon as the last is
-    // answered: keep answering while the next follows closely, for a few milliseconds at most.
-    const auto start = std::chrono::steady_clock::now();
-    for (int r = 1; bus_;) {
-        while (bus_ && r > 0) r = sd_bus_process(bus_, nullptr);
-        if (bus_ && r < 0) disconnect();
-        if (!bus_ || std::chrono::steady_clock::now() - start > burst) break;
-        pollfd next{sd_bus_get_fd(bus_), POLLIN, 0};
-        if (poll(&next, 1, 2) <= 0) break;
-        r = 1;
-    }
-    {
-        std::lock_guard lock(mutex_);
-        pending_ = false;
-    }
-    served_.notify_all();
-    return changed_;
+int AtspiBridge::later(sd_bus_message* m, bool boolean, std::function<bool()> work) {
+    deferred_.push_back({sd_bus_message_ref(m), boolean, std::move(work)});
+    return 1;
 }
 
-// ---- switching on and off
-// ----------------------------------------------------------------------------------
+bool AtspiBridge::serve() {
+    if (!ready_.exchange(false)) return false;
+    std::lock_guard hold(mutex_);
+    bool changed = fresh_;
+    fresh_ = false;
+    for (Deferred& d : deferred_) {
+        const bool done = d.work();
+        changed = changed || done;
+        if (bus_ && d.boolean) sd_bus_reply_method_return(d.call, "b", done);
+        if (bus_ && !d.boolean && done) sd_bus_reply_method_return(d.call, "");
+        if (bus_ && !d.boolean && !done)
+            sd_bus_reply_method_errorf(d.call, SD_BUS_ERROR_INVALID_ARGS, "Refused");
+        sd_bus_message_unref(d.call);
+    }
+    deferred_.clear();
+    rewatch(); // the replies may wait in the queue for the socket
+    return changed;
+}
+
+// ---- switching on and off -----------------------------------------------------------------------
 
 void AtspiBridge::check_status() {
     bool on = false;
@@ -469,12 +470,10 @@ void AtspiBridge::connect() {
         sd_bus_unref(bus);
         return;
     }
-    {
-        std::lock_guard lock(mutex_);
-        bus_ = bus;
-    }
+    bus_ = bus;
+    listening_ = true;
     unique_name_ = unique;
-    changed_ = true; // the next frame describes the tree
+    fresh_ = true;
     sd_bus_set_method_call_timeout(bus_, call_timeout);
     sd_bus_add_fallback(bus_, nullptr, prefix, &AtspiBridge::on_call, this);
     sd_bus_add_object(bus_, nullptr, cache_path, &AtspiBridge::on_cache, this);
@@ -497,18 +496,14 @@ int AtspiBridge::on_embedded(sd_bus_message* m, void* self, sd_bus_error*) {
 
 void AtspiBridge::disconnect() {
     if (!bus_) return;
-    sd_bus* bus = bus_;
-    {
-        std::lock_guard lock(mutex_);
-        bus_ = nullptr;
-    }
+    sd_bus_close_unref(bus_);
+    bus_ = nullptr;
+    listening_ = false;
     embedded_ = false;
-    sd_bus_close_unref(bus);
     rewatch();
 }
 
-// ---- objects
-// ---------------------------------------------------------------------------------------------------
+// ---- objects ------------------------------------------------------------------------------------
 
 bool AtspiBridge::view(const Target& t, View& v) const {
     namespace st = accessible_state;
@@ -649,8 +644,7 @@ int AtspiBridge::append_property(sd_bus_message* m, const Target& t, const View&
     return -ENOENT;
 }
 
-// ---- requests
-// -------------------------------------------------------------------------------------------------
+// ---- requests -----------------------------------------------------------------------------------
 
 int AtspiBridge::on_call(sd_bus_message* m, void* self, sd_bus_error* error) {
     auto& bridge = *static_cast<AtspiBridge*>(self);
@@ -725,8 +719,8 @@ int AtspiBridge::call(sd_bus_message* m, const Target& t, const View& v, std::st
             if (sd_bus_message_read(m, "ss", &in, &name) < 0) return -EINVAL;
             if (std::string_view(in) == "org.a11y.atspi.Value" && std::string_view(name) == "CurrentValue") {
                 double d = 0;
-                if (sd_bus_message_read(m, "v", "d", &d) < 0 || !host_.value(t.id, d)) return -EINVAL;
-                changed_ = true;
+                if (sd_bus_message_read(m, "v", "d", &d) < 0) return -EINVAL;
+                return later(m, false, [this, id = t.id, d] { return host_.value(id, d); });
             } else if (std::string_view(in) == "org.a11y.atspi.Application" &&
                        std::string_view(name) == "Id") {
                 if (sd_bus_message_read(m, "v", "i", &application_id_) < 0) return -EINVAL;
@@ -843,9 +837,8 @@ int AtspiBridge::call(sd_bus_message* m, const Target& t, const View& v, std::st
         if (member == "GetMDIZOrder") return answer([&] { return sd_bus_message_append(reply, "n", 0); });
         if (member == "GetAlpha") return answer([&] { return sd_bus_message_append(reply, "d", 1.0); });
         if (member == "GrabFocus") {
-            const bool done = !t.application && t.item < 0 && host_.focus(t.id);
-            changed_ = changed_ || done;
-            return boolean(done);
+            if (t.application || t.item >= 0) return boolean(false);
+            return later(m, true, [this, id = t.id] { return host_.focus(id); });
         }
         return -ENOENT;
     }
@@ -873,9 +866,7 @@ int AtspiBridge::call(sd_bus_message* m, const Target& t, const View& v, std::st
         if (member == "GetKeyBinding") return answer([&] { return sd_bus_message_append(reply, "s", ""); });
         if (member == "DoAction") {
             // Answered before the action runs: it may open a dialog that asks the bus in turn.
-            const bool done = host_.act(t.id, t.item, bit);
-            changed_ = changed_ || done;
-            return boolean(done);
+            return later(m, true, [this, t, bit] { return host_.act(t.id, t.item, bit); });
         }
         return -ENOENT;
     }
@@ -883,9 +874,8 @@ int AtspiBridge::call(sd_bus_message* m, const Target& t, const View& v, std::st
     if (iface == "org.a11y.atspi.Value" && n && n->has_value) {
         if (member == "SetCurrentValue") {
             double d = 0;
-            if (sd_bus_message_read(m, "d", &d) < 0 || !host_.value(t.id, d)) return -EINVAL;
-            changed_ = true;
-            return answer([] { return 0; });
+            if (sd_bus_message_read(m, "d", &d) < 0) return -EINVAL;
+            return later(m, false, [this, id = t.id, d] { return host_.value(id, d); });
         }
         return -ENOENT;
     }
@@ -903,9 +893,8 @@ int AtspiBridge::call(sd_bus_message* m, const Target& t, const View& v, std::st
         if (member == "SelectChild" || member == "IsChildSelected") {
             if (sd_bus_message_read(m, "i", &i) < 0 || i < own || i >= own + n->items) return -EINVAL;
             if (member == "IsChildSelected") return boolean(i - own == n->selected_item);
-            const bool done = host_.act(t.id, i - own, ac::select);
-            changed_ = changed_ || done;
-            return boolean(done);
+            return later(m, true,
+                         [this, id = t.id, row = i - own] { return host_.act(id, row, ac::select); });
         }
         if (member == "SelectAll" || member == "ClearSelection" || member == "DeselectSelectedChild" ||
             member == "DeselectChild")
@@ -943,9 +932,8 @@ int AtspiBridge::text_call(sd_bus_message* m, const Target& t, const View&, std:
         return r < 0 ? r : 1;
     };
     const auto edit = [&](std::string changed) {
-        const bool done = host_.text(t.id, changed);
-        changed_ = changed_ || done;
-        return answer([&] { return sd_bus_message_append(reply, "b", done); });
+        return later(m, true,
+                     [this, id = t.id, changed = std::move(changed)] { return host_.text(id, changed); });
     };
     // Offsets must lie in the text; -1 as an end means the end of the text.
     const auto range = [count](std::int32_t& from, std::int32_t& to) {
@@ -960,9 +948,7 @@ int AtspiBridge::text_call(sd_bus_message* m, const Target& t, const View&, std:
     }
     if (member == "SetCaretOffset") {
         if (sd_bus_message_read(m, "i", &from) < 0 || from < 0 || from > count) return -EINVAL;
-        const bool done = host_.caret(t.id, byte_of(s, from));
-        changed_ = changed_ || done;
-        return answer([&] { return sd_bus_message_append(reply, "b", done); });
+        return later(m, true, [this, id = t.id, at = byte_of(s, from)] { return host_.caret(id, at); });
     }
     if (member == "GetCharacterAtOffset") {
         if (sd_bus_message_read(m, "i", &from) < 0 || from < 0 || from >= count) return -EINVAL;
@@ -1048,8 +1034,7 @@ int AtspiBridge::text_call(sd_bus_message* m, const Target& t, const View&, std:
     return -ENOENT;
 }
 
-// ---- the cache
-// ---------------------------------------------------------------------------------------------
+// ---- the cache ----------------------------------------------------------------------------------
 
 int AtspiBridge::append_cache_item(sd_bus_message* m, const std::string& path, const View& v) const {
     int r = sd_bus_message_open_container(m, 'r', "(so)(so)(so)iiassusau");
@@ -1088,8 +1073,7 @@ int AtspiBridge::on_cache(sd_bus_message* m, void* self, sd_bus_error*) {
     return r < 0 ? r : 1;
 }
 
-// ---- events
-// ---------------------------------------------------------------------------------------------------
+// ---- events -------------------------------------------------------------------------------------
 
 void AtspiBridge::emit(const std::string& path, const char* iface, const char* member, const char* detail,
                        std::int32_t one, std::int32_t two, char type, const void* data) const {
@@ -1198,6 +1182,7 @@ void AtspiBridge::publish(const std::vector<AccessibleChange>& changes) {
             break;
         }
     }
+    if (bus_ && (sd_bus_get_events(bus_) & POLLOUT)) rewatch(); // the rest when the socket takes it
 }
 
 } // namespace
