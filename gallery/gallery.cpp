@@ -138,7 +138,8 @@ void Gallery::select(int index) {
         return;
     }
     page_ = index;
-    focus(nullptr);
+    // A keyboard user stepping through the sections with the arrows keeps the sidebar's focus.
+    if (focus() != sidebar_) focus(nullptr);
     while (!overlays().empty()) close_top();
     content_->clear();
     content_->scroll(0);
