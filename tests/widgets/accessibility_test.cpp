@@ -4,8 +4,10 @@
 
 #include "velmora/scene/accessibility_tree.hpp"
 #include "velmora/widgets/basic.hpp"
+#include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/fields.hpp"
 #include "velmora/widgets/lists.hpp"
+#include "velmora/widgets/menus.hpp"
 #include "velmora/widgets/range.hpp"
 
 #include <gtest/gtest.h>
@@ -106,6 +108,31 @@ TEST(AccessibilityTree, ValuesAndRowsOutOfRangeAreRefused) {
     EXPECT_TRUE(r.tree.act(list->serial(), 99999, ui::accessible_action::select));
     EXPECT_EQ(list->selected(), 99999);
     EXPECT_EQ(r.count(r.update(), Change::selection), 1);
+}
+
+TEST(KeyboardReach, F10ReachesTheMenuBarAndArrowsWalkMenusAndOptions) {
+    Rig r;
+    auto field = r.scene.root()->emplace<ui::TextField>();
+    auto bar = r.scene.root()->emplace<ui::MenuBar>();
+    bar->bounds.y = 60;
+    auto file = bar->emplace<ui::DropDownMenu>("File");
+    auto edit = bar->emplace<ui::DropDownMenu>("Edit");
+    r.update();
+    r.scene.focus(field);
+    r.run.key(ui::vk::f1 + 9);
+    EXPECT_EQ(r.scene.focus(), file);
+    r.run.key(ui::vk::right);
+    EXPECT_EQ(r.scene.focus(), edit);
+    r.run.key(ui::vk::right);
+    EXPECT_EQ(r.scene.focus(), file);
+
+    auto group = r.scene.root()->emplace<ui::RadioGroup>(std::vector<std::string>{"Local", "Cloud"});
+    group->bounds.y = 120;
+    r.update();
+    r.scene.focus(group->children[0]);
+    r.run.key(ui::vk::down);
+    EXPECT_EQ(group->selected(), 1);
+    EXPECT_EQ(r.scene.focus(), group->children[1]);
 }
 
 } // namespace

@@ -189,6 +189,7 @@ public:
     ControlKind kind() const override { return ControlKind::ButtonGroup; }
     const char* class_name() const override { return "ButtonGroup"; }
     void layout(Scene& owner) override;
+    void event(Event& e) override; // the arrows choose and focus the next option, wrapping
 
 protected:
     // Wires a freshly added option to this group's selection.

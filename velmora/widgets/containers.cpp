@@ -115,6 +115,19 @@ MenuBar::MenuBar(std::string label) : Panel(std::move(label)) {
     bounds = {0, 0, 400, 46};
 }
 
+void MenuBar::event(Event& e) {
+    if (e.type != key_down || (e.key != vk::left && e.key != vk::right) || !scene) return;
+    std::vector<Widget*> menus;
+    for (const auto& child : children)
+        if (child->visible && child->enabled && child->focusable) menus.push_back(child.get());
+    const auto at = std::find(menus.begin(), menus.end(), scene->focus().get());
+    if (at == menus.end()) return;
+    const auto n = static_cast<std::ptrdiff_t>(menus.size());
+    const std::ptrdiff_t next = ((at - menus.begin()) + (e.key == vk::right ? 1 : n - 1)) % n;
+    scene->focus(menus[static_cast<std::size_t>(next)]->shared_from_this());
+    e.handled = true;
+}
+
 ToolBar::ToolBar(std::string label) : Panel(std::move(label)) {
     layout_mode = layout_row;
     padding = 5;

@@ -86,6 +86,7 @@ public:
     explicit MenuBar(std::string label = {});
     ControlKind kind() const override { return ControlKind::MenuBar; }
     const char* class_name() const override { return "MenuBar"; }
+    void event(Event& e) override; // Left and Right walk the menus, wrapping
 };
 
 class ToolBar : public Panel {
