@@ -81,15 +81,22 @@ for line in open(sys.argv[1], encoding='utf-8'):
 # Every section chosen through the sidebar's Selection; every control as the docs say.
 sidebar = next(n for n in [window.get_child_at_index(i) for i in range(window.get_child_count())]
                if n.get_role_name() == 'list box')
-seen = {}
-for section in range(sidebar.get_child_count()):
+
+
+def page(section):
+    """The nodes of a section, chosen through the sidebar's Selection."""
     check(sidebar.select_child(section), f'section {section} not selected')
     pump(10, lambda: sidebar.is_child_selected(section))
     pump(0.5)
     app.clear_cache()
     nodes = []
     walk(window, nodes)
-    for node in nodes:
+    return nodes
+
+
+seen = {}
+for section in range(sidebar.get_child_count()):
+    for node in page(section):
         if 'focusable' in states(node):
             check(node.get_name(), f'focusable {node.get_role_name()} {node.get_accessible_id()} has no name')
         if node.get_accessible_id() in table and node.get_accessible_id() not in seen:
@@ -102,13 +109,7 @@ for control, row in table.items():
 check(len(table) == 68, f'the docs table lists {len(table)} controls')
 
 # Actions and values through the bus change the program; bad ones are refused.
-sidebar.select_child(0)
-pump(10, lambda: sidebar.is_child_selected(0))
-pump(0.5)
-app.clear_cache()
-nodes = []
-walk(window, nodes)
-by_id = {n.get_accessible_id(): n for n in nodes}
+by_id = {n.get_accessible_id(): n for n in page(0)}
 box = by_id['control.CheckBox']
 before = 'checked' in states(box)
 box.do_action(0)
@@ -118,13 +119,7 @@ try:
 except GLib.Error:
     pass
 
-sidebar.select_child(2)
-pump(10, lambda: sidebar.is_child_selected(2))
-pump(0.5)
-app.clear_cache()
-nodes = []
-walk(window, nodes)
-slider = next(n for n in nodes if n.get_accessible_id() == 'control.Slider')
+slider = next(n for n in page(2) if n.get_accessible_id() == 'control.Slider')
 check(slider.set_current_value(0.25) and pump(5, lambda: abs(slider.get_current_value() - 0.25) < 1e-9),
       'the slider took no value')
 for bad in (float('nan'), 7.0):
@@ -136,13 +131,7 @@ for bad in (float('nan'), 7.0):
     check(abs(slider.get_current_value() - 0.25) < 1e-9, f'the slider took {bad}')
 
 # Typing: text-changed and caret-moved with character offsets; a password stays hidden.
-sidebar.select_child(1)
-pump(10, lambda: sidebar.is_child_selected(1))
-pump(0.5)
-app.clear_cache()
-nodes = []
-walk(window, nodes)
-by_id = {n.get_accessible_id(): n for n in nodes}
+by_id = {n.get_accessible_id(): n for n in page(1)}
 subprocess.run(['xdotool', 'search', '--name', 'VelmoraUI', 'windowfocus', '--sync'], check=False)
 field = by_id['control.TextField']
 field.set_text_contents('语')

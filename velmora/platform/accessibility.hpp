@@ -126,6 +126,14 @@ struct AccessibleNode {
     std::int32_t columns = 0;        // a table's: items are its cells, row by row; else 0
     std::int32_t selected_item = -1; // the row that holds the selection, -1 when none
     std::vector<std::uint64_t> children;
+
+    void value_range(double v, double lo, double hi, double increment) {
+        has_value = true;
+        value = v;
+        minimum = lo;
+        maximum = hi;
+        step = increment;
+    }
 };
 
 struct AccessibleItem {

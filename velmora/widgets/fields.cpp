@@ -575,11 +575,7 @@ void ComboBox::paint(PaintContext& context) {
 
 void NumberField::describe(AccessibleNode& node) const {
     TextField::describe(node);
-    node.has_value = true;
-    node.value = number_;
-    node.minimum = minimum_;
-    node.maximum = maximum_;
-    node.step = step_;
+    node.value_range(number_, minimum_, maximum_, step_);
 }
 
 bool NumberField::accessible_value(double v) {

@@ -345,11 +345,7 @@ void SpinnerIndicator::paint(PaintContext& context) {
 
 void Slider::describe(AccessibleNode& node) const {
     Widget::describe(node);
-    node.has_value = true;
-    node.value = value_;
-    node.minimum = minimum;
-    node.maximum = maximum;
-    node.step = step_;
+    node.value_range(value_, minimum, maximum, step_);
     node.states |= accessible_state::horizontal;
 }
 
@@ -360,9 +356,7 @@ bool Slider::accessible_value(double v) {
 
 void ProgressBar::describe(AccessibleNode& node) const {
     Widget::describe(node);
-    node.has_value = true;
-    node.value = value_;
-    node.maximum = 1;
+    node.value_range(value_, 0, 1, 0);
 }
 
 } // namespace velmora::ui

@@ -463,11 +463,7 @@ bool Table::accessible_action(std::uint32_t action, std::int32_t item) {
 
 void Paginator::describe(AccessibleNode& node) const {
     Widget::describe(node);
-    node.has_value = true;
-    node.value = page + 1;
-    node.minimum = 1;
-    node.maximum = pages_;
-    node.step = 1;
+    node.value_range(page + 1, 1, pages_, 1);
 }
 
 bool Paginator::accessible_value(double v) {
