@@ -8,6 +8,7 @@
 #include "velmora/core/canvas.hpp"
 #include "velmora/platform/window.hpp"
 #include "velmora/renderer/renderer.hpp"
+#include "velmora/scene/accessibility_tree.hpp"
 
 #include <atomic>
 #include <benchmark/benchmark.h>
@@ -148,6 +149,30 @@ void BM_SectionRecord(benchmark::State& state) {
     state.SetLabel(s.scene.sections()[static_cast<std::size_t>(section)]);
 }
 BENCHMARK(BM_SectionRecord)->DenseRange(0, 9)->Unit(benchmark::kMicrosecond);
+
+// The same with assistive technology listening: each frame also describes the tree and compares
+// it with the last.
+void BM_SectionRecordAccessible(benchmark::State& state) {
+    Stage& s = stage();
+    const int section = static_cast<int>(state.range(0));
+    s.scene.select(section);
+    AccessibilityTree tree(s.scene);
+    for (int i = 0; i < 5; ++i) {
+        record(s);
+        tree.update("bench", 1);
+    }
+    const long long before = allocations;
+    std::size_t changes = 0;
+    for (auto _ : state) {
+        steady_record(s);
+        changes += tree.update("bench", 1).size();
+    }
+    const auto frames = static_cast<double>(state.iterations());
+    state.counters["allocs/frame"] = static_cast<double>(allocations - before) / frames;
+    state.counters["changes/frame"] = static_cast<double>(changes) / frames;
+    state.SetLabel(s.scene.sections()[static_cast<std::size_t>(section)]);
+}
+BENCHMARK(BM_SectionRecordAccessible)->DenseRange(0, 9)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

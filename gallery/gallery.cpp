@@ -113,6 +113,7 @@ void Gallery::build_shell() {
     label<MutedLabel>(shell, "C++ COMPONENT LAB / 0.2.0", {28, 69, 400, 22}, 11, 400);
 
     sidebar_ = shell.emplace<Sidebar>(sections_);
+    sidebar_->accessible_name = "分区";
     sidebar_->bounds = {24, 116, 204, 440};
     sidebar_->item_height = 42;
     sidebar_->on_select = [this](int index) { select(index); };
@@ -137,7 +138,8 @@ void Gallery::select(int index) {
         return;
     }
     page_ = index;
-    focus(nullptr);
+    // A keyboard user stepping through the sections with the arrows keeps the sidebar's focus.
+    if (focus() != sidebar_) focus(nullptr);
     while (!overlays().empty()) close_top();
     content_->clear();
     content_->scroll(0);
@@ -198,6 +200,10 @@ void Gallery::build_card(const ControlDescriptor& row, int n, float& row_top, fl
             }
         };
     }
+    // Every control is named for assistive technology; one without its own name takes its row's.
+    AccessibleNode said;
+    control->describe(said);
+    if (said.name.empty()) control->accessible_name = row.name;
     card->add(control);
     if (row.kind == ControlKind::RightClickMenu || row.kind == ControlKind::ContextMenu) {
         // A right click anywhere on the card opens a live one too.
@@ -210,6 +216,7 @@ void Gallery::build_card(const ControlDescriptor& row, int n, float& row_top, fl
         // The ring is driven by a slider beside it.
         auto ring = std::static_pointer_cast<RingProgress>(control);
         auto drive = card->emplace<Slider>(ring->value());
+        drive->accessible_name = "RingProgress";
         drive->bounds = {16 + control->bounds.w + 24, 54 + (preview - 24) * 0.5f, 300, 24};
         drive->on_change = [ring](Widget& w) { ring->value(static_cast<Slider&>(w).value()); };
     }

@@ -32,7 +32,7 @@ public:
 
     // Shows a section, clamped into range. Going through the sidebar is the one road to a
     // rebuild, so the sidebar's selection and the page never disagree; a rebuild closes every
-    // overlay and clears the focus.
+    // overlay and clears the focus, unless the sidebar has it.
     void select(int index);
     // Gives a freshly made control its demonstration content and callbacks.
     void fill(const std::shared_ptr<ui::Widget>& control);

@@ -59,7 +59,8 @@ AppOptions hidden(int frames = 0) {
 }
 
 // Each frame is checked for a cause since the one before, never against a window of time: a
-// busy machine makes frames late, and late is allowed.
+// busy machine makes frames late, and a late one may take in several causes. A loop that never
+// woke for the caret would not see the pointer move before the watchdog ends the run.
 TEST(AppFrames, ComeWithInputACaretBlinkAndANoticeExpiringAndNotOtherwise) {
     App app(hidden());
     Scene scene;
@@ -100,7 +101,6 @@ TEST(AppFrames, ComeWithInputACaretBlinkAndANoticeExpiringAndNotOtherwise) {
     for (std::size_t i = 2; i < moved; ++i)
         EXPECT_TRUE(caused(times[i - 1], times[i]))
             << "frame " << i << ": " << ::testing::PrintToString(times);
-    EXPECT_GE(moved, 5u) << "caret off, notice gone and caret on each bring a frame";
 }
 
 TEST(AppFrames, PickUpAWorkersResultAndThenRest) {

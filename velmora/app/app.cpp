@@ -4,11 +4,13 @@
 #include "velmora/gpu/vg.hpp"
 #include "velmora/immediate/ui.hpp"
 #include "velmora/renderer/png.hpp"
+#include "velmora/scene/accessibility_tree.hpp"
 #include "velmora/scene/scene.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -41,6 +43,10 @@ struct App::Client {
     std::function<bool()> text_input;
     std::function<Rect()> caret; // logical units; empty when none
     std::function<double()> due; // the next frame the drawing asked for
+    // Assistive technology: answers its requests, true when one changed something; and tells
+    // it what a frame changed. Empty for drawings without a tree.
+    std::function<bool()> serve = [] { return false; };
+    std::function<void()> publish = [] {};
 };
 
 App::App(AppOptions options)
@@ -88,6 +94,7 @@ void App::loop(const Client& client) {
         bool woken = window_.wait(std::max(at - clock(), 0.0));
         // The platform's timer may be coarser than the clock; a frame never comes early.
         for (double now = clock(); !woken && now < at; now = clock()) woken = window_.wait(at - now);
+        woken = client.serve() || woken;
         if (!window_.poll()) return;
         const double t = clock();
         // The window reports the pointer in its own units; the drawing works in logical ones.
@@ -102,6 +109,7 @@ void App::loop(const Client& client) {
             window_.text_input_rect({caret.x / unit.x, caret.y / unit.y, caret.w / unit.x, caret.h / unit.y});
         }
         if (drew) window_.swap(); // nothing changed: the screen already shows this frame
+        client.publish();
         if (frame == options_.frames) return;
         last = t;
         // A counted run draws its frames back to back: waiting on a still scene would never end.
@@ -160,7 +168,32 @@ void App::run(Scene& scene) {
         scene.waker(window_.waker());
         lent.waker = &scene;
     }
-    loop(client(scene));
+    Client c = client(scene);
+    // Costs nothing until assistive technology listens: then the tree is described after each frame.
+    AccessibilityTree tree(scene);
+    const auto bridge = AccessibilityBridge::create(tree, options_.title, window_.waker());
+    if (bridge) {
+        // Questions are answered on the bridge's thread: the scene and the tree change only
+        // while the program holds the bridge.
+        c.record = [&bridge, record = c.record](const Input& input, double t) {
+            std::lock_guard hold(*bridge);
+            record(input, t);
+        };
+        c.serve = [&bridge] { return bridge->serve(); };
+        c.publish = [this, &bridge, &tree] {
+            std::lock_guard hold(*bridge);
+            if (!bridge->listening()) {
+                tree.clear();
+                return;
+            }
+            // A listener that just came asks for what it needs; it is told only of changes.
+            const bool fresh = !tree.node(tree.root());
+            const auto& changes =
+                tree.update(options_.title, static_cast<float>(window_.width()) / logical().x);
+            if (!fresh) bridge->publish(changes);
+        };
+    }
+    loop(c);
 }
 
 void App::run(const std::function<void(Ui&)>& build) {

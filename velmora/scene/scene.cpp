@@ -427,6 +427,13 @@ void Scene::key_events() {
     key.key = code;
     const bool handled = dispatch(focus_, key, true);
     if (code == vk::escape && !handled) close_top();
+    // F10 takes the keyboard to the menu bar's first menu, as on every desktop.
+    if (code == static_cast<int>(vk::f1) + 9 && !handled)
+        for (const auto& w : focus_order())
+            if (w->parent && w->parent->kind() == ControlKind::MenuBar) {
+                focus(w);
+                break;
+            }
 }
 
 void Scene::paint(Canvas& canvas, double now) {

@@ -4,6 +4,7 @@
 #include "velmora/scene/scene.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <stdexcept>
 
@@ -21,9 +22,12 @@ void detach_subtree(Widget& w) {
 
 bool positive(Rect r) { return r.w > 0 && r.h > 0; }
 
+std::atomic<std::uint64_t> next_serial{1};
+
 } // namespace
 
-Widget::Widget(std::string label) : text(std::move(label)) {}
+Widget::Widget(std::string label)
+    : text(std::move(label)), serial_(next_serial.fetch_add(1, std::memory_order_relaxed)) {}
 
 Widget::~Widget() {
     for (auto& child : children) child->parent = nullptr;
@@ -77,6 +81,37 @@ bool Widget::descendant_of(const Widget* w) const {
     for (const Widget* at = this; at; at = at->parent)
         if (at == w) return true;
     return false;
+}
+
+// ---- assistive technology ---------------------------------------------------------------------
+
+void Widget::describe(AccessibleNode& node) const {
+    namespace st = accessible_state;
+    const AccessibleDefaults defaults = accessible_defaults(kind());
+    node.role = defaults.role;
+    node.actions = defaults.actions;
+    node.class_name = class_name();
+    node.automation_id = id;
+    const auto label = labelled_by.lock();
+    node.labelled_by = label ? label->serial() : 0;
+    node.name = !accessible_name.empty() ? accessible_name : label ? label->text : text;
+    node.description = accessible_description.empty() ? tooltip : accessible_description;
+    node.states =
+        (enabled ? st::enabled : 0) | (focusable ? st::focusable : 0) | (focused() ? st::focused : 0);
+}
+
+bool Widget::accessible_action(std::uint32_t action, std::int32_t item) {
+    namespace act = accessible_action;
+    AccessibleNode offered;
+    describe(offered);
+    if (item != -1 || !(offered.actions & action) || !scene || !enabled) return false;
+    Event e;
+    e.type = key_down;
+    e.input = scene->input();
+    e.key = action & (act::press | act::toggle) ? vk::space : vk::enter;
+    (action & (act::press | act::toggle) ? e.input.space : e.input.enter) = true;
+    scene->dispatch(shared_from_this(), e, false);
+    return true;
 }
 
 // ---- placing and hit testing ----------------------------------------------------------------

@@ -15,6 +15,7 @@
 #include "velmora/core/canvas.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
+#include "velmora/platform/accessibility.hpp"
 #include "velmora/platform/input.hpp"
 #include "velmora/widgets/control_kind.hpp"
 
@@ -86,6 +87,11 @@ public:
     Rect clip; // screen_bounds cut to the incoming clip
     bool hovered = false;
     bool pressed = false;
+    // What assistive technology is told instead of what the control says of itself: a name for
+    // an icon-only control, a description, a label standing beside the control that names it.
+    std::string accessible_name;
+    std::string accessible_description;
+    std::weak_ptr<Widget> labelled_by;
 
     virtual ControlKind kind() const { return ControlKind{}; }
     virtual const char* class_name() const { return "Widget"; }
@@ -103,6 +109,23 @@ public:
     virtual Rect children_clip() const { return screen_bounds; }
     virtual std::shared_ptr<Widget> hit(Vec2 point);
     virtual float clip_radius(const Theme&) const { return 0; }
+
+    // Fills in what the control is for assistive technology: role, name, description, states,
+    // actions, value, text and items. The tree fills in id, parent, children and bounds; the
+    // node arrives with its strings and lists emptied but not freed.
+    virtual void describe(AccessibleNode& node) const;
+    // One row of the control's items; false for an index out of range.
+    virtual bool describe_item(std::int32_t, AccessibleItem&) const { return false; }
+    // Does one of the actions describe() offered, on the control (item -1) or one of its items.
+    // False when there is no such action or item. The default presses Space for press and
+    // toggle, Enter for activate and expand, as a user would.
+    virtual bool accessible_action(std::uint32_t action, std::int32_t item);
+    // A value or text set by assistive technology; false when the control refuses it.
+    virtual bool accessible_value(double) { return false; }
+    virtual bool accessible_text(const std::string&) { return false; }
+    virtual bool accessible_caret(std::size_t) { return false; }
+    // Unique among all widgets for the life of the program; assistive technology's handle.
+    std::uint64_t serial() const { return serial_; }
 
     // Throws std::invalid_argument "Widget cycle" or "Detach widget before reparenting".
     void add(std::shared_ptr<Widget> child);
@@ -132,6 +155,7 @@ public:
     void chevron(PaintContext& context, Vec2 centre, unsigned colour) const;
 
 private:
+    std::uint64_t serial_;
     std::uint64_t rendered_epoch_ = 0; // the scene's rendered epoch when this last recorded itself
 };
 

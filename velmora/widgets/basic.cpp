@@ -226,6 +226,27 @@ void ButtonGroup::adopt(ToggleButton& child) {
 
 void ButtonGroup::option(std::string label) { adopt(*emplace<ToggleButton>(std::move(label))); }
 
+void ButtonGroup::event(Event& e) {
+    if (e.type != key_down || !scene) return;
+    const int step = e.key == vk::right || e.key == vk::down ? 1
+                     : e.key == vk::left || e.key == vk::up  ? -1
+                                                             : 0;
+    const auto n = static_cast<int>(children.size());
+    const auto at = std::find(children.begin(), children.end(), scene->focus());
+    if (step == 0 || at == children.end()) return;
+    const auto from = static_cast<int>(at - children.begin());
+    for (int k = 1; k < n; ++k) {
+        const int i = ((from + step * k) % n + n) % n;
+        const auto& option = children[static_cast<std::size_t>(i)];
+        if (!option->visible || !option->enabled || !dynamic_cast<ToggleButton*>(option.get())) continue;
+        auto chosen = option; // select() may run callbacks that change the children
+        select(i);
+        scene->focus(chosen);
+        e.handled = true;
+        return;
+    }
+}
+
 void ButtonGroup::select(int index) {
     if (children.empty()) return;
     const int last = static_cast<int>(children.size()) - 1;
@@ -253,5 +274,21 @@ RadioGroup::RadioGroup(const std::vector<std::string>& items) {
 }
 
 void RadioGroup::option(std::string label) { adopt(*emplace<RadioButton>(std::move(label))); }
+
+// ---- assistive technology ---------------------------------------------------------------------
+
+void ToggleButton::describe(AccessibleNode& node) const {
+    namespace st = accessible_state;
+    Button::describe(node);
+    // A list item is chosen, not ticked.
+    const bool item = kind() == ControlKind::ListItem;
+    node.states |=
+        (item ? st::selectable : st::checkable) | (selected_ ? (item ? st::selected : st::checked) : 0);
+}
+
+void Callout::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    if (accessible_description.empty()) node.description = body;
+}
 
 } // namespace velmora::ui

@@ -53,6 +53,7 @@ public:
 
     ControlKind kind() const override { return ControlKind::ToggleButton; }
     const char* class_name() const override { return "ToggleButton"; }
+    void describe(AccessibleNode& node) const override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 
@@ -148,6 +149,7 @@ public:
 
     ControlKind kind() const override { return ControlKind::Callout; }
     const char* class_name() const override { return "Callout"; }
+    void describe(AccessibleNode& node) const override;
     void paint(PaintContext& context) override;
 };
 
@@ -187,6 +189,7 @@ public:
     ControlKind kind() const override { return ControlKind::ButtonGroup; }
     const char* class_name() const override { return "ButtonGroup"; }
     void layout(Scene& owner) override;
+    void event(Event& e) override; // the arrows choose and focus the next option, wrapping
 
 protected:
     // Wires a freshly added option to this group's selection.

@@ -115,6 +115,19 @@ MenuBar::MenuBar(std::string label) : Panel(std::move(label)) {
     bounds = {0, 0, 400, 46};
 }
 
+void MenuBar::event(Event& e) {
+    if (e.type != key_down || (e.key != vk::left && e.key != vk::right) || !scene) return;
+    std::vector<Widget*> menus;
+    for (const auto& child : children)
+        if (child->visible && child->enabled && child->focusable) menus.push_back(child.get());
+    const auto at = std::find(menus.begin(), menus.end(), scene->focus().get());
+    if (at == menus.end()) return;
+    const auto n = static_cast<std::ptrdiff_t>(menus.size());
+    const std::ptrdiff_t next = ((at - menus.begin()) + (e.key == vk::right ? 1 : n - 1)) % n;
+    scene->focus(menus[static_cast<std::size_t>(next)]->shared_from_this());
+    e.handled = true;
+}
+
 ToolBar::ToolBar(std::string label) : Panel(std::move(label)) {
     layout_mode = layout_row;
     padding = 5;
@@ -476,6 +489,25 @@ void DragBar::event(Event& e) {
         dragging = false;
         e.handled = true;
     }
+}
+
+// ---- assistive technology ---------------------------------------------------------------------
+
+void Accordion::describe(AccessibleNode& node) const {
+    Panel::describe(node);
+    node.states |= accessible_state::expandable | (expanded_ ? accessible_state::expanded : 0);
+}
+
+bool Accordion::accessible_action(std::uint32_t action, std::int32_t item) {
+    if (item != -1 || action != accessible_action::expand || !enabled) return false;
+    expanded(!expanded_);
+    return true;
+}
+
+void TabPage::describe(AccessibleNode& node) const {
+    Panel::describe(node);
+    // Only the chosen page of a strip is shown.
+    node.states |= accessible_state::selectable | accessible_state::selected;
 }
 
 } // namespace velmora::ui

@@ -78,6 +78,7 @@ public:
     using Panel::Panel;
     ControlKind kind() const override { return ControlKind::TabPage; }
     const char* class_name() const override { return "TabPage"; }
+    void describe(AccessibleNode& node) const override;
 };
 
 class MenuBar : public Panel {
@@ -85,6 +86,7 @@ public:
     explicit MenuBar(std::string label = {});
     ControlKind kind() const override { return ControlKind::MenuBar; }
     const char* class_name() const override { return "MenuBar"; }
+    void event(Event& e) override; // Left and Right walk the menus, wrapping
 };
 
 class ToolBar : public Panel {
@@ -108,6 +110,8 @@ public:
 
     ControlKind kind() const override { return ControlKind::Accordion; }
     const char* class_name() const override { return "Accordion"; }
+    void describe(AccessibleNode& node) const override;
+    bool accessible_action(std::uint32_t action, std::int32_t item) override;
     void paint(PaintContext& context) override;
     void event(Event& e) override;
     bool children_active() const override { return expanded_; }

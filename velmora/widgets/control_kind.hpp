@@ -5,6 +5,8 @@
 // are not contiguous.
 #pragma once
 
+#include "velmora/platform/accessibility.hpp"
+
 #include <cstdint>
 
 namespace velmora::ui {
@@ -79,5 +81,13 @@ enum class ControlKind : std::int32_t {
     ContextMenu = 67,
     CommandPalette = 68,
 };
+
+// What assistive technology is told a control of each kind is, before the control adds its state.
+struct AccessibleDefaults {
+    AccessibleRole role = AccessibleRole::panel;
+    std::uint32_t actions = 0; // accessible_action bits
+};
+// The plain Widget (kind 0) is a panel without actions.
+AccessibleDefaults accessible_defaults(ControlKind kind);
 
 } // namespace velmora::ui

@@ -571,4 +571,17 @@ void ComboBox::paint(PaintContext& context) {
     chevron(context, {sb.x + sb.w - 17, middle(sb)}, enabled ? context.theme.text : context.theme.muted);
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void NumberField::describe(AccessibleNode& node) const {
+    TextField::describe(node);
+    node.value_range(number_, minimum_, maximum_, step_);
+}
+
+bool NumberField::accessible_value(double v) {
+    if (read_only) return false;
+    number(v);
+    return true;
+}
+
 } // namespace velmora::ui

@@ -73,6 +73,8 @@ public:
 
     ControlKind kind() const override { return ControlKind::NumberField; }
     const char* class_name() const override { return "NumberField"; }
+    void describe(AccessibleNode& node) const override;
+    bool accessible_value(double v) override;
     void event(Event& e) override;
     using TextField::value;
     // Also takes the number from the text, clamped; text without one keeps the last number.

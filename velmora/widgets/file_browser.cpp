@@ -129,6 +129,7 @@ FileBrowser::FileBrowser(bool pick_directories, fs::path start, std::function<vo
             browser->navigate(browser->current.parent_path());
     };
     list = emplace<ListBox>();
+    list->accessible_name = "文件";
     list->on_item_activate = [box = list.get()](int index) {
         auto* browser = dynamic_cast<FileBrowser*>(box->parent);
         if (!browser || index < 0 || static_cast<std::size_t>(index) >= browser->entries.size()) return;

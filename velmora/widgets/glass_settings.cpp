@@ -51,6 +51,7 @@ GlassSettingsPanel::GlassSettingsPanel(Theme& edited) : GroupBox("材质 · Glas
         value_label->font_size = 12;
         values.push_back(value_label);
         auto slider = emplace<Slider>();
+        slider->labelled_by = value_label;
         slider->range(s.minimum, s.maximum);
         slider->step(s.step);
         slider->on_change = [this, i](Widget& w) {

@@ -487,4 +487,116 @@ void TreeView::paint(PaintContext& context) {
     painted_.clear(); // the storage stays, the nodes are let go
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void ComboSelect::describe(AccessibleNode& node) const {
+    Button::describe(node);
+    node.states |= accessible_state::expandable | accessible_state::has_popup;
+    node.items = static_cast<std::int32_t>(options.size());
+    node.selected_item = selected_;
+}
+
+bool ComboSelect::describe_item(std::int32_t index, AccessibleItem& item) const {
+    if (index >= static_cast<std::int32_t>(options.size())) return false;
+    item.role = AccessibleRole::menu_item;
+    item.name = options[static_cast<std::size_t>(index)];
+    item.states = accessible_state::enabled | accessible_state::selectable |
+                  (index == selected_ ? accessible_state::selected : 0);
+    return true;
+}
+
+bool ComboSelect::accessible_action(std::uint32_t action, std::int32_t item) {
+    if (item == -1) return Button::accessible_action(action, item);
+    if (action != accessible_action::select || item >= static_cast<std::int32_t>(options.size()))
+        return false;
+    select(item);
+    return true;
+}
+
+void ListBox::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.items = count();
+    node.selected_item = selected_;
+}
+
+bool ListBox::describe_item(std::int32_t index, AccessibleItem& item) const {
+    namespace st = accessible_state;
+    if (index >= count()) return false;
+    const Rect content = inset(screen_bounds, padding);
+    const int c = columns();
+    const float cell_w = content.w / static_cast<float>(c);
+    const Rect at{content.x + static_cast<float>(index % c) * cell_w,
+                  content.y + static_cast<float>(index / c) * cell() - scroll_, cell_w, cell()};
+    const bool shown = at.intersect(content).h > 0;
+    item.role = AccessibleRole::list_item;
+    item.name = items[static_cast<std::size_t>(index)];
+    item.states = (enabled ? st::enabled : 0) | st::selectable | st::visible | (shown ? st::showing : 0) |
+                  (index == selected_ ? st::selected : 0);
+    item.bounds = shown ? at : Rect{};
+    return true;
+}
+
+bool ListBox::accessible_action(std::uint32_t action, std::int32_t item) {
+    if (item < 0 || item >= count() || !enabled) return false;
+    if (action == accessible_action::select) {
+        select(item);
+    } else if (action == accessible_action::activate) {
+        select(item);
+        if (auto callback = on_item_activate) callback(item);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void TreeNode::describe(AccessibleNode& node) const {
+    namespace st = accessible_state;
+    Widget::describe(node);
+    node.states |= st::selectable | (selected ? st::selected : 0) |
+                   (child_nodes.empty() ? 0 : st::expandable | (expanded ? st::expanded : 0));
+}
+
+void TreeView::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    const auto all = rows();
+    node.items = static_cast<std::int32_t>(all.size());
+    for (std::size_t i = 0; i < all.size(); ++i)
+        if (all[i].node == selected_) node.selected_item = static_cast<std::int32_t>(i);
+}
+
+bool TreeView::describe_item(std::int32_t index, AccessibleItem& item) const {
+    namespace st = accessible_state;
+    const auto all = rows();
+    if (index >= static_cast<std::int32_t>(all.size())) return false;
+    const Row& row = all[static_cast<std::size_t>(index)];
+    AccessibleNode own;
+    row.node->describe(own);
+    item.role = AccessibleRole::tree_item;
+    item.name = own.name;
+    item.states = own.states | st::visible | (enabled ? st::enabled : 0);
+    item.level = row.depth;
+    const Rect at{screen_bounds.x + 6, screen_bounds.y + 6 + static_cast<float>(index) * row_height - scroll_,
+                  std::max(screen_bounds.w - 12, 0.0f), row_height};
+    if (at.intersect(screen_bounds).h > 0) {
+        item.states |= st::showing;
+        item.bounds = at;
+    }
+    return true;
+}
+
+bool TreeView::accessible_action(std::uint32_t action, std::int32_t item) {
+    const auto all = rows();
+    if (item < 0 || item >= static_cast<std::int32_t>(all.size()) || !enabled) return false;
+    const auto& node = all[static_cast<std::size_t>(item)].node;
+    if (action == accessible_action::select) {
+        select(node);
+    } else if (action == accessible_action::expand && !node->child_nodes.empty()) {
+        node->expanded = !node->expanded;
+        changed();
+    } else {
+        return false;
+    }
+    return true;
+}
+
 } // namespace velmora::ui

@@ -50,6 +50,9 @@ public:
 
     ControlKind kind() const override { return ControlKind::ComboSelect; }
     const char* class_name() const override { return "ComboSelect"; }
+    void describe(AccessibleNode& node) const override;
+    bool describe_item(std::int32_t index, AccessibleItem& item) const override;
+    bool accessible_action(std::uint32_t action, std::int32_t item) override;
     void event(Event& e) override; // Down opens the menu, Up steps back
     void paint(PaintContext& context) override;
 
@@ -90,6 +93,9 @@ public:
 
     ControlKind kind() const override { return ControlKind::ListBox; }
     const char* class_name() const override { return "ListBox"; }
+    void describe(AccessibleNode& node) const override;
+    bool describe_item(std::int32_t index, AccessibleItem& item) const override;
+    bool accessible_action(std::uint32_t action, std::int32_t item) override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 
@@ -144,6 +150,7 @@ public:
 
     ControlKind kind() const override { return ControlKind::TreeNode; }
     const char* class_name() const override { return "TreeNode"; }
+    void describe(AccessibleNode& node) const override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 
@@ -186,6 +193,9 @@ public:
 
     ControlKind kind() const override { return ControlKind::TreeView; }
     const char* class_name() const override { return "TreeView"; }
+    void describe(AccessibleNode& node) const override;
+    bool describe_item(std::int32_t index, AccessibleItem& item) const override;
+    bool accessible_action(std::uint32_t action, std::int32_t item) override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 

@@ -212,4 +212,39 @@ void DropDownMenu::event(Event& e) {
     if (scene) menu->open(*scene, {screen_bounds.x, screen_bounds.y + screen_bounds.h + 4}, false);
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void PopupMenu::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.items = static_cast<std::int32_t>(items.size());
+    node.selected_item = active;
+}
+
+bool PopupMenu::describe_item(std::int32_t index, AccessibleItem& item) const {
+    namespace st = accessible_state;
+    if (index >= static_cast<std::int32_t>(items.size())) return false;
+    const Item& row = items[static_cast<std::size_t>(index)];
+    item.role = row.separator   ? AccessibleRole::separator
+                : row.checkable ? AccessibleRole::check_menu_item
+                                : AccessibleRole::menu_item;
+    item.name = row.label;
+    item.states = (row.enabled ? st::enabled : 0) | st::visible | st::showing |
+                  (index == active ? st::selected : 0) | (row.checkable ? st::checkable : 0) |
+                  (row.checked ? st::checked : 0) | (row.submenu ? st::has_popup : 0);
+    return true;
+}
+
+bool PopupMenu::accessible_action(std::uint32_t action, std::int32_t item) {
+    if (action != accessible_action::press || item < 0 || item >= static_cast<std::int32_t>(items.size()) ||
+        !selectable(items[static_cast<std::size_t>(item)]))
+        return false;
+    choose(item);
+    return true;
+}
+
+void DropDownMenu::describe(AccessibleNode& node) const {
+    Button::describe(node);
+    node.states |= accessible_state::has_popup;
+}
+
 } // namespace velmora::ui

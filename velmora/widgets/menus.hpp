@@ -66,6 +66,9 @@ public:
 
     ControlKind kind() const override { return ControlKind::PopupMenu; }
     const char* class_name() const override { return "PopupMenu"; }
+    void describe(AccessibleNode& node) const override;
+    bool describe_item(std::int32_t index, AccessibleItem& item) const override;
+    bool accessible_action(std::uint32_t action, std::int32_t item) override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 
@@ -98,6 +101,7 @@ public:
 
     ControlKind kind() const override { return ControlKind::DropDownMenu; }
     const char* class_name() const override { return "DropDownMenu"; }
+    void describe(AccessibleNode& node) const override;
     void event(Event& e) override;
 };
 

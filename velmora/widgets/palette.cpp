@@ -37,6 +37,7 @@ CommandPalette::CommandPalette() : Modal("命令面板 · Ctrl+K") {
     query = emplace<PaletteQuery>();
     list = emplace<ListBox>();
     list->frame = false;
+    list->accessible_name = "命令";
     // The callbacks find the palette through the parent link, so a child taken out of the
     // palette drives nothing.
     query->on_change = [](Widget& w) {

@@ -538,17 +538,18 @@ TimePicker::TimePicker(Time initial, bool show_seconds) : Panel(""), seconds(sho
     if (!initial.valid()) throw std::invalid_argument("Invalid time");
     padding = 10;
     bounds.h = 56;
-    const auto make = [this](int v, double top) {
+    const auto make = [this](int v, double top, const char* name) {
         auto spinner = emplace<Spinner>(v);
         spinner->range(0, top);
+        spinner->accessible_name = name;
         spinner->on_change = [](Widget& w) {
             if (auto* picker = dynamic_cast<TimePicker*>(w.parent)) picker->sync();
         };
         return spinner;
     };
-    hour_spinner = make(initial.hour, 23);
-    minute_spinner = make(initial.minute, 59);
-    second_spinner = make(initial.second, 59);
+    hour_spinner = make(initial.hour, 23, "时");
+    minute_spinner = make(initial.minute, 59, "分");
+    second_spinner = make(initial.second, 59, "秒");
     value_ = initial;
 }
 

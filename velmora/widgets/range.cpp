@@ -341,4 +341,22 @@ void SpinnerIndicator::paint(PaintContext& context) {
     context.scene.redraw_at(context.time + 1.0 / 60); // turns smoothly at 60 frames a second
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void Slider::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.value_range(value_, minimum, maximum, step_);
+    node.states |= accessible_state::horizontal;
+}
+
+bool Slider::accessible_value(double v) {
+    value(v);
+    return true;
+}
+
+void ProgressBar::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.value_range(value_, 0, 1, 0);
+}
+
 } // namespace velmora::ui

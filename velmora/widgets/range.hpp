@@ -42,6 +42,8 @@ public:
 
     ControlKind kind() const override { return ControlKind::Slider; }
     const char* class_name() const override { return "Slider"; }
+    void describe(AccessibleNode& node) const override;
+    bool accessible_value(double v) override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 
@@ -122,6 +124,7 @@ public:
 
     ControlKind kind() const override { return ControlKind::ProgressBar; }
     const char* class_name() const override { return "ProgressBar"; }
+    void describe(AccessibleNode& node) const override;
     void paint(PaintContext& context) override;
 
 private:

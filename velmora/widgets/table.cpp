@@ -365,8 +365,10 @@ void PropertyGrid::layout(Scene& owner) {
             label->id = std::string(prefix) + name;
         }
         label->bounds = {12, y, label_width, 36};
-        if (const auto at = editors.find(name); at != editors.end())
+        if (const auto at = editors.find(name); at != editors.end()) {
             at->second->bounds = {label_width + 12, y, editor_width, 36};
+            at->second->labelled_by = label;
+        }
     }
     ScrollPane::layout(owner);
 }
@@ -427,6 +429,46 @@ void Paginator::event(Event& e) {
         return;
     }
     e.handled = true;
+}
+
+// ---- assistive technology ---------------------------------------------------------------------
+
+void Table::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.columns = static_cast<std::int32_t>(std::max<std::size_t>(columns.size(), 1));
+    node.items = static_cast<std::int32_t>(rows.size()) * node.columns;
+    node.selected_item = selected_ < 0 ? -1 : selected_ * node.columns;
+}
+
+bool Table::describe_item(std::int32_t index, AccessibleItem& item) const {
+    namespace st = accessible_state;
+    const std::int32_t c = static_cast<std::int32_t>(std::max<std::size_t>(columns.size(), 1));
+    const std::int32_t r = index / c;
+    if (r >= static_cast<std::int32_t>(rows.size())) return false;
+    const auto& row = rows[static_cast<std::size_t>(r)];
+    const std::size_t column = static_cast<std::size_t>(index % c);
+    item.role = AccessibleRole::table_cell;
+    item.name = column < row.size() && row[column] ? row[column]->text : std::string();
+    item.states = st::enabled | st::visible | st::selectable | (r == selected_ ? st::selected : 0);
+    return true;
+}
+
+bool Table::accessible_action(std::uint32_t action, std::int32_t item) {
+    const std::int32_t c = static_cast<std::int32_t>(std::max<std::size_t>(columns.size(), 1));
+    if (action != accessible_action::select || item < 0 || item / c >= static_cast<std::int32_t>(rows.size()))
+        return false;
+    select(item / c);
+    return true;
+}
+
+void Paginator::describe(AccessibleNode& node) const {
+    Widget::describe(node);
+    node.value_range(page + 1, 1, pages_, 1);
+}
+
+bool Paginator::accessible_value(double v) {
+    select(static_cast<int>(std::lround(v)) - 1);
+    return true;
 }
 
 } // namespace velmora::ui

@@ -74,6 +74,9 @@ public:
 
     ControlKind kind() const override { return ControlKind::Table; }
     const char* class_name() const override { return "Table"; }
+    void describe(AccessibleNode& node) const override;
+    bool describe_item(std::int32_t index, AccessibleItem& item) const override;
+    bool accessible_action(std::uint32_t action, std::int32_t item) override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 
@@ -126,6 +129,8 @@ public:
 
     ControlKind kind() const override { return ControlKind::Paginator; }
     const char* class_name() const override { return "Paginator"; }
+    void describe(AccessibleNode& node) const override;
+    bool accessible_value(double v) override;
     void event(Event& e) override;
     void paint(PaintContext& context) override;
 

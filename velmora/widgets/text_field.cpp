@@ -501,4 +501,40 @@ void TextField::paint_text(PaintContext& context) {
     canvas.pop_clip();
 }
 
+// ---- assistive technology ---------------------------------------------------------------------
+
+void TextField::describe(AccessibleNode& node) const {
+    namespace st = accessible_state;
+    Widget::describe(node);
+    // The text is the value, not the name: a field is named by its label or its placeholder.
+    if (accessible_name.empty() && labelled_by.expired()) node.name = placeholder;
+    node.has_text = true;
+    // A masked field shows its mask only, so its text never leaves the program.
+    node.text = masked ? display(text) : text;
+    const auto mapped = [this, &node](std::size_t at) {
+        return masked ? display(text.substr(0, at)).size() : at;
+    };
+    node.caret = mapped(caret);
+    node.selection_start = mapped(std::min(caret, anchor));
+    node.selection_end = mapped(std::max(caret, anchor));
+    node.states |= (read_only ? st::read_only : st::editable) | (multi_line ? st::multi_line : 0);
+}
+
+bool TextField::accessible_text(const std::string& v) {
+    if (read_only || !accepts(v)) return false;
+    try {
+        value(v);
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+    changed();
+    return true;
+}
+
+bool TextField::accessible_caret(std::size_t offset) {
+    if (masked || offset > text.size() || boundary(offset) != offset) return false;
+    select(offset, offset);
+    return true;
+}
+
 } // namespace velmora::ui

@@ -71,6 +71,9 @@ public:
 
     ControlKind kind() const override { return ControlKind::TextField; }
     const char* class_name() const override { return "TextField"; }
+    void describe(AccessibleNode& node) const override;
+    bool accessible_text(const std::string& v) override;
+    bool accessible_caret(std::size_t offset) override;
     void event(Event& e) override;
     // Follows the window's input-method composition while focused.
     void tick(Scene& scene) override;
