@@ -1,6 +1,6 @@
 // TextField
 //
-//   1. Code points and words      detail::prev/next, boundary, word
+//   1. Clusters and words         boundary, word
 //   2. Editing and history        value, replace_selection, history
 //   3. Geometry                   measure, position, ensure_caret, caret_rect
 //   4. Events                     pointer, wheel, text, keys
@@ -9,6 +9,7 @@
 
 #include "velmora/core/utf8.hpp"
 #include "velmora/scene/scene.hpp"
+#include "velmora/text/graphemes.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -27,7 +28,8 @@ bool space(char byte) {
     return b == ' ' || (b >= '\t' && b <= '\r');
 }
 
-// Clamps to the text, then walks back to the start of the code point; never forwards.
+// Clamps to the text, then walks back to the start of the code point; never forwards. An input
+// method's cursor counts code points.
 std::size_t snap(std::string_view text, std::size_t offset) {
     offset = std::min(offset, text.size());
     while (offset > 0 && offset < text.size() && continuation(text[offset])) --offset;
@@ -62,33 +64,14 @@ std::string checked_utf8(std::string text) {
 
 } // namespace
 
-// ---- 1. Code points and words ------------------------------------------------------------
-
-namespace detail {
-
-std::size_t prev(std::string_view text, std::size_t offset) {
-    offset = std::min(offset, text.size());
-    if (offset == 0) return 0;
-    --offset;
-    while (offset > 0 && continuation(text[offset])) --offset;
-    return offset;
-}
-
-std::size_t next(std::string_view text, std::size_t offset) {
-    if (offset >= text.size()) return text.size();
-    ++offset;
-    while (offset < text.size() && continuation(text[offset])) ++offset;
-    return offset;
-}
-
-} // namespace detail
+// ---- 1. Clusters and words ---------------------------------------------------------------
 
 TextField::TextField(std::string initial) : Widget(checked_utf8(std::move(initial))) {
     focusable = true;
     caret = anchor = text.size();
 }
 
-std::size_t TextField::boundary(std::size_t offset) const { return snap(text, offset); }
+std::size_t TextField::boundary(std::size_t offset) const { return grapheme_start(text, offset); }
 
 void TextField::select(std::size_t new_anchor, std::size_t new_caret) {
     anchor = boundary(new_anchor);
@@ -112,13 +95,13 @@ std::size_t TextField::word(std::size_t offset, int direction) const {
     auto i = boundary(offset);
     if (direction < 0) {
         // Back over white space, then over the word before it, to that word's start.
-        while (i > 0 && space(text[detail::prev(text, i)])) i = detail::prev(text, i);
-        while (i > 0 && !space(text[detail::prev(text, i)])) i = detail::prev(text, i);
+        while (i > 0 && space(text[prev_grapheme(text, i)])) i = prev_grapheme(text, i);
+        while (i > 0 && !space(text[prev_grapheme(text, i)])) i = prev_grapheme(text, i);
         return i;
     }
     // Forward to the next white space and over it: the start of the next word.
-    while (i < text.size() && !space(text[i])) i = detail::next(text, i);
-    while (i < text.size() && space(text[i])) i = detail::next(text, i);
+    while (i < text.size() && !space(text[i])) i = next_grapheme(text, i);
+    while (i < text.size() && space(text[i])) i = next_grapheme(text, i);
     return i;
 }
 
@@ -204,7 +187,7 @@ std::string TextField::display(std::string_view s) const { return shown(s); }
 const std::string& TextField::shown(std::string_view s) const {
     if (!masked) return shown_.assign(s);
     shown_.clear();
-    for (std::size_t n = code_points(s); n > 0; --n) shown_ += "\u2022";
+    for (std::size_t n = grapheme_count(s); n > 0; --n) shown_ += "\u2022";
     return shown_;
 }
 
@@ -234,8 +217,8 @@ std::size_t TextField::position(Vec2 point) const {
     const auto end = line_end(text, start);
     const float target = point.x - screen_bounds.x - inset_left() + scroll_x;
     float width = 0;
-    for (auto i = start; i < end; i = detail::next(text, i)) {
-        const float w = measure(std::string_view(text).substr(i, detail::next(text, i) - i));
+    for (auto i = start; i < end; i = next_grapheme(text, i)) {
+        const float w = measure(std::string_view(text).substr(i, next_grapheme(text, i) - i));
         if (width + w / 2 > target) return i;
         width += w;
     }
@@ -405,8 +388,8 @@ void TextField::key(Event& e) {
         const bool back = code == vk::backspace;
         if (caret == anchor)
             anchor = ctrl   ? word(caret, back ? -1 : 1)
-                     : back ? detail::prev(text, caret)
-                            : detail::next(text, caret);
+                     : back ? prev_grapheme(text, caret)
+                            : next_grapheme(text, caret);
         replace_selection({});
     } else if (code == vk::enter) {
         if (multi_line)
@@ -424,7 +407,7 @@ void TextField::key(Event& e) {
         else if (ctrl)
             move(word(caret, left ? -1 : 1), shift);
         else
-            move(left ? detail::prev(text, caret) : detail::next(text, caret), shift);
+            move(left ? prev_grapheme(text, caret) : next_grapheme(text, caret), shift);
     } else if ((code == vk::up || code == vk::down) && multi_line) {
         vertical(code == vk::up ? -1 : 1, shift);
     } else {

@@ -1,9 +1,10 @@
 // TextField: the toolkit's one text editor, single- or multi-line, optionally masked.
 //
 // The value is the widget's `text`, always valid UTF-8; `caret` and `anchor` are byte offsets
-// kept on code-point boundaries. Every user edit goes through `replace_selection`, which
-// records the whole previous state for undo (100 states at most). Derived fields adjust the
-// editor through the four virtual hooks `value`, `accepts`, `inset_left`/`inset_right` and
+// kept on grapheme-cluster boundaries, so that arrows, Backspace, Delete and the masked
+// field's bullets count user-perceived characters (an emoji with its modifiers is one). Every user edit goes
+// through `replace_selection`, which records the whole previous state for undo (100 states at most). Derived
+// fields adjust the editor through the four virtual hooks `value`, `accepts`, `inset_left`/`inset_right` and
 // `submit`.
 //
 //     auto name = std::make_shared<TextField>("张三");
@@ -26,12 +27,6 @@
 #include <string_view>
 
 namespace velmora::ui {
-
-namespace detail {
-// Start of the code point before / after `offset` (clamped to the text).
-std::size_t prev(std::string_view text, std::size_t offset);
-std::size_t next(std::string_view text, std::size_t offset);
-} // namespace detail
 
 // An input method's uncommitted text: shown at the caret, never part of the value.
 struct Composition {
