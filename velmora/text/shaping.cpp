@@ -55,7 +55,8 @@ constexpr std::array<Range, 32> shaped{{
 } // namespace
 
 bool needs_shaping(char32_t cp) {
-    if (cp < 0x0300) return false;
+    // Latin and the CJK ideographs and syllables, answered without a search.
+    if (cp < 0x0300 || (cp >= 0x3100 && cp < 0xA800) || (cp >= 0xAC00 && cp < 0xFB1D)) return false;
     const auto after = std::upper_bound(shaped.begin(), shaped.end(), cp,
                                         [](char32_t value, const Range& r) { return value < r.first; });
     return after != shaped.begin() && cp <= std::prev(after)->last;
