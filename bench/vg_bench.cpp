@@ -1,7 +1,7 @@
 // Costs of the GPU backend: the processor time vg_submit spends per command, the GL calls and
 // the main thread's time of a gallery frame, vg_open, the frame time of a full-screen glass
-// surface with and without blur, the floor under every frame, and what a tooltip and the shaped
-// clips add to a gallery frame. "CPU" of the frame benchmarks is the whole process's, the
+// surface with and without blur, the floor under every frame, what a tooltip and the shaped
+// clips add to a gallery frame, and partial redraw. "CPU" of the frame benchmarks is the whole process's, the
 // rasteriser's threads included: on a busy machine it is steadier than the wall clock.
 #include "gl_context.hpp"
 #include "velmora/core/canvas.hpp"
@@ -14,9 +14,15 @@
 #include <stdexcept>
 #include <vector>
 
+#include "velmora/renderer/renderer.hpp"
+#include "velmora/scene/scene.hpp"
+#include "velmora/widgets/basic.hpp"
+#include "velmora/widgets/text_field.hpp"
+
+#include <string>
+
 #if defined(VELMORA_GALLERY)
 #include "gallery/gallery.hpp"
-#include "velmora/renderer/renderer.hpp"
 #endif
 
 // ---- GL call counter -------------------------------------------------------------------------
@@ -305,6 +311,57 @@ void BM_Floor(benchmark::State& state) {
     glass_frames(state, canvas, 1280, 800, variant == 2 ? 18.0f : 0.0f);
 }
 BENCHMARK(BM_Floor)->DenseRange(0, 2)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
+
+// Partial redraw of a static form at 1280x800 (labels, buttons, a focused text field) through
+// the Renderer: the whole frame drawn every time (0); with partial redraw, a frame whose only
+// change is the caret's blink (1), the pointer going on and off a button (2), and no change at
+// all (3). "CPU" is the whole process's; the counters what one frame asks of GL and the share of
+// the frame redrawn.
+void BM_PartialFrame(benchmark::State& state) {
+    const auto variant = state.range(0);
+    GlTestContext context(1280, 800);
+    ui::Renderer renderer;
+    ui::Canvas canvas;
+    ui::Scene scene;
+    for (int row = 0; row < 12; ++row) {
+        auto label = scene.root()->emplace<ui::Label>("Field " + std::to_string(row));
+        label->bounds = {40, 40.0f + 56 * row, 200, 36};
+        auto button = scene.root()->emplace<ui::Button>("Apply " + std::to_string(row));
+        button->bounds = {560, 40.0f + 56 * row, 140, 36};
+    }
+    auto field = scene.root()->emplace<ui::TextField>();
+    field->bounds = {240, 40, 280, 36};
+    field->value("Some text");
+    scene.focus(field);
+    renderer.partial(variant > 0);
+    double time = 10.1;
+    ui::Input input;
+    const ui::Vec2 on_button{630, 58}, away{1000, 700};
+    input.mouse = away;
+    long long calls = 0;
+    auto frame = [&](int k) {
+        if (variant == 1) time = 10 + k + (k % 2 ? 0.7 : 0.1); // the caret on, then off
+        if (variant == 2) input.mouse = k % 2 ? on_button : away;
+        renderer.begin(canvas, 1280, 800, 1280, 800, scene.theme);
+        scene.frame(canvas, input, time);
+        renderer.background(1280, 800, 0, scene.theme, false);
+        const long long before = gl_calls;
+        renderer.render(canvas, 1280, 800, input.mouse, 0, vg_back_buffer);
+        calls = gl_calls - before;
+        context.finish();
+    };
+    for (int k = 0; k < 4; ++k) frame(k); // compiles the shaders, fills the atlases
+    int k = 0;
+    for (auto _ : state) frame(k++);
+    state.counters["GL calls/frame"] = static_cast<double>(calls);
+    const char* labels[] = {"full frame", "caret blink", "pointer over a button", "nothing changed"};
+    state.SetLabel(labels[variant]);
+}
+BENCHMARK(BM_PartialFrame)
+    ->DenseRange(0, 3)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 } // namespace
 

@@ -240,6 +240,37 @@ TEST_F(WindowTest, CompositionIsKeptUntilCommittedCancelledOrFocusIsLost) {
     EXPECT_NO_THROW(window.text_input_rect({NAN, -1e9f, -1, INFINITY}));
 }
 
+// A slow frame's poll takes one command and one press; the rest wait, in order, for the next.
+TEST_F(WindowTest, ASecondCommandOrPressWaitsForTheNextPoll) {
+    window.text_input(true);
+    send.key(SDLK_END);
+    send.key(SDLK_a, KMOD_LCTRL);
+    send.key(SDLK_x, KMOD_LCTRL);
+    send.key(SDLK_h);
+    send.text("h");
+    send.key(SDLK_i);
+    send.text("i");
+    send.key(SDLK_BACKSPACE);
+    send.button(SDL_BUTTON_LEFT, true);
+    send.button(SDL_BUTTON_LEFT, false);
+    send.button(SDL_BUTTON_LEFT, true);
+    send.button(SDL_BUTTON_LEFT, false);
+    EXPECT_TRUE(poll().end);
+    EXPECT_TRUE(window.wait(0)); // what waits is pending at once
+    const ui::Input& all = poll();
+    EXPECT_TRUE(all.select_all && !all.cut && all.ctrl);
+    EXPECT_TRUE(poll().cut);
+    const ui::Input& typed = poll();
+    EXPECT_EQ(typed.text, "hi");
+    EXPECT_FALSE(typed.backspace || typed.ctrl);
+    EXPECT_TRUE(poll().backspace);
+    for (int click = 0; click < 2; ++click) {
+        const ui::Input& in = poll();
+        EXPECT_TRUE(in.mouse_pressed && in.mouse_released) << click;
+    }
+    EXPECT_FALSE(poll().mouse_pressed);
+}
+
 // The clipboard round trip is the real-input suite's; what it cannot reach is a refusal.
 TEST_F(WindowTest, ClipboardAndTitleRefuseInvalidUtf8) {
     EXPECT_EQ(thrown<std::invalid_argument>([&] { window.clipboard_text("\xFF"); }), "Invalid UTF-8");

@@ -87,17 +87,18 @@ TEST_F(WindowWin32, HiddenWindowHasTheRequestedClientSizeAndOneClass) {
 // 120ths of a notch, and a lost capture that releases the held button exactly once.
 TEST_F(WindowWin32, CapturedCoordinatesWheelDeltasAndALostCapture) {
     post(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 20));
-    post(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(10, 20));
     post(WM_MOUSEWHEEL, MAKEWPARAM(0, 120));
     post(WM_MOUSEWHEEL, MAKEWPARAM(0, static_cast<WORD>(-60)));
-    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(static_cast<WORD>(-5), 40)); // the last position wins
     const Input& in = poll();
-    const float s = window->dpi_scale();
-    EXPECT_FLOAT_EQ(in.mouse.x, -5 / s);
-    EXPECT_FLOAT_EQ(in.mouse.y, 40 / s);
     EXPECT_FLOAT_EQ(in.wheel, 0.5f);
-    EXPECT_TRUE(in.mouse_down && in.mouse_pressed && in.right_pressed);
-    EXPECT_TRUE(poll().mouse_down); // kept across polls
+    EXPECT_TRUE(in.mouse_down && in.mouse_pressed);
+    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(30, 30));
+    post(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(static_cast<WORD>(-5), 40)); // the last position wins
+    const Input& moved = poll();
+    const float s = window->dpi_scale();
+    EXPECT_FLOAT_EQ(moved.mouse.x, -5 / s);
+    EXPECT_FLOAT_EQ(moved.mouse.y, 40 / s);
+    EXPECT_TRUE(moved.mouse_down); // kept across polls
 
     post(WM_CAPTURECHANGED);
     post(WM_CAPTURECHANGED);
@@ -141,9 +142,26 @@ TEST_F(WindowWin32, ControlCharactersAreKeysNotText) {
     window->text_input(true);
     chars({0x08, 0x09, 0x0D, 0x1B, 0x7F, L' '});
     post(WM_KEYDOWN, VK_BACK, 1);
-    const Input& in = poll();
-    EXPECT_EQ(in.text, " ");
-    EXPECT_TRUE(in.backspace);
+    EXPECT_EQ(poll().text, " ");
+    EXPECT_TRUE(poll().backspace); // a key after text waits for the next poll
+}
+
+TEST_F(WindowWin32, ASecondCommandOrPressWaitsInTheQueue) {
+    post(WM_KEYDOWN, VK_END, 1);
+    post(WM_KEYDOWN, VK_HOME, 1);
+    for (int click = 0; click < 2; ++click) {
+        post(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(5, 5));
+        post(WM_LBUTTONUP, 0, MAKELPARAM(5, 5));
+    }
+    const Input& end = poll();
+    EXPECT_TRUE(end.end && !end.home);
+    EXPECT_TRUE(window->wait(0));
+    const Input& home = poll();
+    EXPECT_TRUE(home.home && !home.mouse_pressed);
+    for (int click = 0; click < 2; ++click) {
+        const Input& in = poll();
+        EXPECT_TRUE(in.mouse_pressed && in.mouse_released) << click;
+    }
 }
 
 TEST(Win32Error, StepComesFirstThenTheSystemCode) {

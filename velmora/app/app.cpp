@@ -28,6 +28,7 @@ WindowOptions window_options(const AppOptions& options) {
     w.width = options.width;
     w.height = options.height;
     w.visible = options.visible;
+    w.vsync = options.vsync;
     return w;
 }
 
@@ -43,7 +44,10 @@ struct App::Client {
 };
 
 App::App(AppOptions options)
-    : options_(std::move(options)), window_(window_options(options_)), renderer_(), canvas_() {}
+    : options_(std::move(options)), window_(window_options(options_)), renderer_(), canvas_() {
+    // A background that moves changes every pixel of every frame: nothing to save there.
+    renderer_.partial(!options_.animate_background);
+}
 
 App::~App() {
     // The renderer releases its GL objects in this window's context, whatever another window made current.
@@ -59,7 +63,7 @@ Vec2 App::logical() const {
     return {static_cast<float>(window_.width()) / scale, static_cast<float>(window_.height()) / scale};
 }
 
-void App::draw(const Client& client, Input input, double t) {
+bool App::draw(const Client& client, Input input, double t) {
     const int w = window_.width(), h = window_.height();
     const Vec2 size = logical();
     const Theme& theme = client.theme();
@@ -69,7 +73,7 @@ void App::draw(const Client& client, Input input, double t) {
                          options_.grid);
     renderer_.begin(canvas_, w, h, size.x, size.y, theme);
     client.record(input, t);
-    renderer_.render(canvas_, w, h, input.mouse, 0, vg_back_buffer);
+    return renderer_.render(canvas_, w, h, input.mouse, 0, vg_back_buffer);
 }
 
 void App::loop(const Client& client) {
@@ -90,14 +94,14 @@ void App::loop(const Client& client) {
         Input input = window_.input();
         const Vec2 size = logical();
         input.mouse = window_.to_logical(input.mouse, size);
-        draw(client, input, t);
+        const bool drew = draw(client, input, t);
         window_.text_input(client.text_input());
         // The input method's candidate window follows the caret, back in window units.
         if (const Rect caret = client.caret(); caret.h > 0) {
             const Vec2 unit = window_.to_logical({1, 1}, size);
             window_.text_input_rect({caret.x / unit.x, caret.y / unit.y, caret.w / unit.x, caret.h / unit.y});
         }
-        window_.swap();
+        if (drew) window_.swap(); // nothing changed: the screen already shows this frame
         if (frame == options_.frames) return;
         last = t;
         // A counted run draws its frames back to back: waiting on a still scene would never end.
@@ -139,16 +143,22 @@ App::Client App::client(const std::function<void(Canvas&, double)>& paint) {
 }
 
 void App::run(Scene& scene) {
-    // The window's writer is lent for the run only: the scene may outlive this App.
+    // The window's writer and waker are lent for the run only: the scene may outlive this App.
     struct Lent {
-        Scene* scene = nullptr;
+        Scene* clipboard = nullptr;
+        Scene* waker = nullptr;
         ~Lent() {
-            if (scene) scene->clipboard(nullptr);
+            if (clipboard) clipboard->clipboard(nullptr);
+            if (waker) waker->waker(nullptr);
         }
     } lent;
     if (!scene.clipboard()) {
         scene.clipboard([this](const std::string& text) { window_.clipboard_text(text); });
-        lent.scene = &scene;
+        lent.clipboard = &scene;
+    }
+    if (!scene.waker()) {
+        scene.waker(window_.waker());
+        lent.waker = &scene;
     }
     loop(client(scene));
 }

@@ -9,7 +9,9 @@
 // A frame is drawn when input arrives; once more right after it, so that whatever the events
 // changed and the next tick picks up shows; when the scene asked for one (Scene::redraw_at);
 // and all the time with `animate_background`. Frames start at least 4 ms apart. In between,
-// the runner sleeps in Window::wait. The pieces stay public: a program with its own loop does
+// the runner sleeps in Window::wait. Unless the background animates, the renderer redraws only
+// what changed (Renderer::partial), and a frame in which nothing changed draws and presents
+// nothing. The pieces stay public: a program with its own loop does
 // by hand what `run` does, with `window()`, `renderer()` and `canvas()`.
 //
 // Like the Window it owns, an App belongs to the thread that made it.
@@ -40,7 +42,8 @@ struct AppOptions {
     Theme theme{};       // the immediate layer's and a drawing's; a Scene draws with its own
     bool grid = false;   // the background's faint grid
     bool animate_background = false; // redraw all the time so the background keeps moving
-    int frames = 0; // stop after this many frames, drawn back to back; 0: when the window closes
+    int frames = 0;    // stop after this many frames, drawn back to back; 0: when the window closes
+    bool vsync = true; // a visible window presents at the display's refresh; hidden ones never wait
 };
 
 // One frame of a headless run: its time on the frame clock and what the user did, the pointer
@@ -87,7 +90,7 @@ private:
     Client client(Ui& ui, const std::function<void(Ui&)>& build);
     Client client(const std::function<void(Canvas&, double)>& paint);
     void loop(const Client& client);
-    void draw(const Client& client, Input input, double t);
+    bool draw(const Client& client, Input input, double t);
     void save(const Client& client, const std::string& path, const std::vector<ScriptedFrame>& script);
     Vec2 logical() const;
 

@@ -1,4 +1,4 @@
-// The OpenGL entry points the backend resolves at vg_open, as one list that vg.cpp expands into
+// The OpenGL entry points the backend resolves at vg_open, as one list that backend.hpp expands into
 // its `<name>_` pointers and that a benchmark can expand into counting wrappers. Internal to
 // the backend: not installed, and no public header includes it.
 #pragma once

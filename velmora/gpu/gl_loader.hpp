@@ -1,5 +1,5 @@
 // The backend's seam to the system OpenGL library: load it, resolve names, unload it.
-// One implementation file per platform (gl_loader_posix.cpp here); vg.cpp decides which
+// One implementation file per platform (gl_loader_posix.cpp here); device.cpp decides which
 // answers of the context resolver it accepts.
 #pragma once
 

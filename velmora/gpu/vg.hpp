@@ -120,3 +120,32 @@ void vg_delete_texture(unsigned texture);
 // buffer, the pixel pack buffer and GL_PACK_ALIGNMENT / ROW_LENGTH / SKIP_PIXELS / SKIP_ROWS
 // are restored.
 void vg_read_pixels(int width, int height, void* pixels, std::size_t size);
+
+// ---- partial redraw ----------------------------------------------------------------------
+
+// The backend keeps a copy of the last frame drawn into the default back buffer, so that a host
+// can redraw only what changed since: vg_damage finds the box, vg_partial_begin puts the kept
+// frame back and confines drawing to the box, vg_partial_end keeps the result.
+
+// Compares a frame's commands with those of the previous one (same size, logical size and sigma)
+// and finds the pixel box (x, y, width, height, y-down) outside which both show the same pixels:
+// what changed, grown wherever it meets glass by all that the glass reads around itself.
+// `pointer_moved` counts every glass surface as changed, since its highlights follow the pointer.
+// Returns 1 with the box written, 0 when nothing changed, -1 with the reason in vg_error (the
+// command checks of vg_submit, on both frames). Touches no GL.
+int vg_damage(const float* previous, int previous_count, const float* commands, int command_count, int width,
+              int height, float logical_width, float logical_height, float sigma, int pointer_moved,
+              int* box);
+
+// Begins a partial frame of `width` x `height` pixels: makes the kept frame that size (its pixels
+// undefined after a change of size), copies it into the default framebuffer's back buffer unless
+// the box (y-down pixels, cut to the frame) is the whole frame, and until vg_partial_end confines
+// vg_background and vg_submit into that back buffer to the box. The pixels inside come out as a
+// full redraw's would. Returns 1, or 0 with the reason in vg_error.
+// GL state: the saved state and the default framebuffer's read buffer are restored; its draw
+// buffer is left at GL_BACK.
+int vg_partial_begin(int width, int height, int x, int y, int box_width, int box_height);
+
+// Ends a partial frame: copies the box from the back buffer into the kept frame. Nothing when no
+// partial frame is under way. GL state: as vg_partial_begin.
+void vg_partial_end();

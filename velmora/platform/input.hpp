@@ -148,6 +148,19 @@ inline constexpr KeyFlag key_flags[] = {
 // the caller's business, as only it knows whether text input is on.
 bool apply_key(Input& in, unsigned code);
 
+// Whether an event fits the record beside what it already holds. Flags carry no order, and a
+// frame takes the pointer's press first, then keys, then text; so a poll stops before an event
+// that would be lost or taken out of order (a second command, a second press), leaves it
+// queued, and the next frame follows at once. Every platform's poll asks these.
+//
+// A key-down of `code` with Ctrl as held at it: a command fits only a record without keys or
+// text; a plain key (one that only types) also joins plain keys and text. Modifiers always fit.
+bool fits_key(const Input& in, unsigned code, bool ctrl);
+// A press of either button fits a record without a press, release, key or text.
+bool fits_press(const Input& in);
+// Motion fits until a button went down or up: a click keeps the position it was made at.
+bool fits_motion(const Input& in);
+
 // Starts the record of a new poll: everything is cleared but what lasts across polls (the
 // pointer, the held button and an unfinished input-method composition).
 void begin_poll(Input& in);

@@ -14,6 +14,7 @@
 
 #include "velmora/platform/input.hpp"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,6 +25,7 @@ struct WindowOptions {
     int width = 1280;  // client size in pixels, each 64 to 16384
     int height = 800;
     bool visible = true; // shown normally, or kept out of sight
+    bool vsync = true;   // a shown window presents at the display's refresh, where the driver lets it
 };
 
 class Window {
@@ -35,7 +37,9 @@ public:
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    // Takes every pending event. False once the window should close; it stays false.
+    // Takes the pending events up to one that the record cannot hold beside those before it
+    // (a second command or press: see fits_key); that one and the rest stay pending for the
+    // next poll, so wait returns at once. False once the window should close; it stays false.
     bool poll();
     // Sleeps until an event is pending or `seconds` have passed, and takes nothing: the next
     // poll does. True when an event is pending, and at once once the window was closed; 0
@@ -45,6 +49,9 @@ public:
     void swap();
     // The next poll returns false.
     void close();
+    // A function that makes `wait` return and brings a poll, callable from any thread at any
+    // time, even after the window is gone (it then does nothing).
+    std::function<void()> waker() const;
     // Makes this window's context current on its thread again, after another window's took
     // its place.
     void make_current();

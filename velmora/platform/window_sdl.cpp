@@ -268,6 +268,7 @@ struct Window::Impl : WindowState {
     ~Impl();
     void create(const WindowOptions& options);
     void update_scale();
+    bool fits(const SDL_Event& e) const;
     void handle(const SDL_Event& e);
     void key_down(const SDL_Keysym& key);
     void modifiers(Uint16 state, bool press);
@@ -318,7 +319,8 @@ void Window::Impl::create(const WindowOptions& options) {
     }
     if (!context) platform_error("Create GL context");
     if (SDL_GL_MakeCurrent(window, context) != 0) platform_error("Create GL context");
-    SDL_GL_SetSwapInterval(1); // where the driver refuses, presentation simply doesn't wait
+    // Where the driver refuses, presentation simply doesn't wait. A hidden window never waits.
+    SDL_GL_SetSwapInterval(options.vsync && options.visible ? 1 : 0);
 
     // SDL turns text input on when video starts; typed text waits for text_input(true).
     SDL_StopTextInput();
@@ -418,6 +420,24 @@ void Window::Impl::typed(const char* text) {
     for (std::size_t at = 0; at < s.size();) {
         at += decode_utf8(s, at, cp);
         if (cp >= 0x20 && cp != 0x7F) append_utf8(input.text, cp);
+    }
+}
+
+bool Window::Impl::fits(const SDL_Event& e) const {
+    switch (e.type) {
+    case SDL_KEYDOWN: {
+        const SDL_Keysym& key = e.key.keysym;
+        if ((key.mod & KMOD_ALT) && !(key.mod & KMOD_CTRL)) return true; // recorded nowhere
+        const unsigned code = virtual_key(key.sym);
+        return code == 0 || fits_key(input, code, (key.mod & KMOD_CTRL) != 0);
+    }
+    case SDL_MOUSEBUTTONDOWN:
+        return (e.button.button != SDL_BUTTON_LEFT && e.button.button != SDL_BUTTON_RIGHT) ||
+               fits_press(input);
+    case SDL_MOUSEMOTION:
+        return fits_motion(input);
+    default:
+        return true;
     }
 }
 
@@ -534,16 +554,34 @@ bool Window::poll() {
     // release that comes after a click still in the queue.
     w.modifiers(w.mods, false);
 
+    // An event that does not fit the record goes back to the front of this window's own
+    // queue, with the set-aside ones after it, and the poll ends there.
     std::vector<SDL_Event> events;
     {
         std::lock_guard lock(routing().mutex);
         events.swap(w.deferred);
     }
-    for (const SDL_Event& e : events) w.handle(e);
+    const auto hold_back = [&w, &events](std::size_t from) {
+        std::lock_guard lock(routing().mutex);
+        w.deferred.insert(w.deferred.begin(), events.begin() + static_cast<std::ptrdiff_t>(from),
+                          events.end());
+    };
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (!w.fits(events[i])) {
+            hold_back(i);
+            return w.open;
+        }
+        w.handle(events[i]);
+    }
     SDL_Event e;
     while (SDL_PollEvent(&e)) {
         const Uint32 target = event_window(e);
         if (target == 0 || target == w.id) {
+            if (!w.fits(e)) {
+                events.assign(1, e);
+                hold_back(0);
+                break;
+            }
             w.handle(e);
             continue;
         }
@@ -580,6 +618,16 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+std::function<void()> Window::waker() const {
+    impl_->check();
+    // SDL's queue takes events from any thread, and refuses them once video has stopped.
+    return [] {
+        SDL_Event e{};
+        e.type = SDL_USEREVENT;
+        SDL_PushEvent(&e);
+    };
 }
 
 void Window::make_current() {

@@ -141,6 +141,7 @@ struct Window::Impl : WindowState {
     void release_press();
     void composing();
     void end_composition();
+    bool fits(const MSG& message) const;
     LRESULT handle(UINT message, WPARAM wparam, LPARAM lparam);
     static LRESULT CALLBACK procedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 };
@@ -253,8 +254,9 @@ void Window::Impl::make_context(const WindowOptions& options) {
         }
     }
 
+    // Where the driver refuses, presentation simply doesn't wait. A hidden window never waits.
     if (auto interval = wgl_lookup<SwapInterval>("wglSwapIntervalEXT"))
-        interval(1); // where the driver refuses, presentation simply doesn't wait
+        interval(options.vsync && options.visible ? 1 : 0);
 }
 
 // The pbuffer has the window's pixel layout: double-buffered RGBA8 with depth and stencil,
@@ -392,6 +394,20 @@ void Window::Impl::end_composition() {
     input.composition_cursor = 0;
 }
 
+bool Window::Impl::fits(const MSG& message) const {
+    switch (message.message) {
+    case WM_KEYDOWN:
+        return fits_key(input, static_cast<unsigned>(message.wParam), held(VK_CONTROL));
+    case WM_LBUTTONDOWN:
+    case WM_RBUTTONDOWN:
+        return fits_press(input);
+    case WM_MOUSEMOVE:
+        return fits_motion(input);
+    default:
+        return true;
+    }
+}
+
 LRESULT Window::Impl::handle(UINT message, WPARAM wparam, LPARAM lparam) {
     switch (message) {
     case WM_CLOSE:
@@ -506,8 +522,11 @@ bool Window::poll() {
     w.begin();
     w.modifiers(false);
 
+    // A message that does not fit the record is looked at and left in the queue.
     MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE)) {
+        if (message.hwnd == w.window && !w.fits(message)) break;
+        PeekMessageW(&message, message.hwnd, message.message, message.message, PM_REMOVE);
         if (message.message == WM_QUIT) {
             w.open = false;
             continue;
@@ -544,6 +563,12 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+std::function<void()> Window::waker() const {
+    impl_->check();
+    // Posting to a window that is gone fails and does nothing.
+    return [window = impl_->window] { PostMessageW(window, WM_NULL, 0, 0); };
 }
 
 void Window::make_current() {

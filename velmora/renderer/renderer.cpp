@@ -130,6 +130,27 @@ struct Renderer::Impl {
     std::string line_key;                                                   // scratch
     std::vector<DirectionRun> runs;                                         // scratch
 
+    // Partial redraw: the background asked for this frame, and what the kept frame shows.
+    struct Background {
+        int width = 0, height = 0;
+        float time = 0;
+        int grid = 0, palette = 0;
+        unsigned color = 0, accent = 0;
+        bool operator==(const Background&) const = default;
+    };
+    struct Shown {
+        std::vector<Command> commands;
+        Background background;
+        int width = 0, height = 0;
+        float logical_width = 0, logical_height = 0, sigma = 0;
+        Vec2 pointer;
+        bool any = false;
+    };
+    bool partial = false;
+    Background background;
+    bool background_due = false;
+    Shown shown;
+
     void use_font(const std::string& family);
     std::uint32_t font(int raster, int weight);
     const Glyph& glyph(std::uint32_t font, char32_t code_point);
@@ -155,6 +176,7 @@ struct Renderer::Impl {
         }
     }
     const std::u32string& decode(const std::string& text);
+    bool redraw(const Canvas& canvas, int width, int height, Vec2 pointer);
 };
 
 // ---- lifetime ----------------------------------------------------------------------------
@@ -223,13 +245,19 @@ void Renderer::background(int width, int height, float time, const Theme& theme,
     theme.validate();
     if (width <= 0 || height <= 0 || !std::isfinite(time))
         throw std::invalid_argument("Background viewport/time");
+    const Impl::Background b{
+        width, height, time, grid ? 1 : 0, theme.dark ? 0 : 1, theme.background, theme.background_accent};
+    if (impl_->partial) {
+        impl_->background = b; // drawn by render, where the frame changed
+        impl_->background_due = true;
+        return;
+    }
     vg_clear_error();
-    vg_background(width, height, time, grid ? 1 : 0, theme.dark ? 0 : 1, theme.background,
-                  theme.background_accent);
+    vg_background(b.width, b.height, b.time, b.grid, b.palette, b.color, b.accent);
     gpu_error();
 }
 
-void Renderer::render(Canvas& canvas, int width, int height, Vec2 pointer, unsigned framebuffer,
+bool Renderer::render(Canvas& canvas, int width, int height, Vec2 pointer, unsigned framebuffer,
                       unsigned buffer) {
     check();
     if (canvas.renderer() != this) throw std::logic_error("Call Renderer::begin first");
@@ -237,12 +265,72 @@ void Renderer::render(Canvas& canvas, int width, int height, Vec2 pointer, unsig
     if (width <= 0 || height <= 0 || !std::isfinite(pointer.x) || !std::isfinite(pointer.y))
         throw std::invalid_argument("Render viewport/pointer");
     const auto& commands = canvas.commands();
-    if (commands.empty()) return;
+    if (impl_->partial) {
+        if (framebuffer != 0 || buffer != vg_back_buffer)
+            throw std::logic_error("Partial redraw presents to the back buffer");
+        return impl_->redraw(canvas, width, height, pointer);
+    }
+    if (commands.empty()) return true;
     vg_clear_error();
     vg_submit(commands.front().slot, commands.size() * 64, static_cast<int>(commands.size()), framebuffer,
               buffer, width, height, canvas.width(), canvas.height(), canvas.theme().sigma, pointer.x,
               pointer.y);
     gpu_error();
+    return true;
+}
+
+void Renderer::partial(bool on) {
+    check();
+    impl_->partial = on;
+}
+
+bool Renderer::partial() const { return impl_->partial; }
+
+// Only what differs from the kept frame is drawn, over a copy of it in the back buffer; a frame
+// without a background of its own keeps the last one.
+bool Renderer::Impl::redraw(const Canvas& canvas, int width, int height, Vec2 pointer) {
+    const auto& commands = canvas.commands();
+    const float sigma = canvas.theme().sigma;
+    if (!background_due) background = shown.background;
+    background_due = false;
+    const bool whole = !shown.any || width != shown.width || height != shown.height ||
+                       canvas.width() != shown.logical_width || canvas.height() != shown.logical_height ||
+                       sigma != shown.sigma || !(background == shown.background);
+    int box[4] = {0, 0, width, height};
+    vg_clear_error();
+    if (!whole) {
+        const Command* previous = shown.commands.empty() ? nullptr : shown.commands.data();
+        const Command* current = commands.empty() ? nullptr : commands.data();
+        const Command none{};
+        const int changed =
+            vg_damage(previous ? previous->slot : none.slot, static_cast<int>(shown.commands.size()),
+                      current ? current->slot : none.slot, static_cast<int>(commands.size()), width, height,
+                      canvas.width(), canvas.height(), sigma,
+                      pointer.x != shown.pointer.x || pointer.y != shown.pointer.y, box);
+        gpu_error();
+        if (changed == 0) return false;
+    }
+    vg_partial_begin(width, height, box[0], box[1], box[2], box[3]);
+    gpu_error();
+    if (background.width > 0)
+        vg_background(background.width, background.height, background.time, background.grid,
+                      background.palette, background.color, background.accent);
+    if (!commands.empty())
+        vg_submit(commands.front().slot, commands.size() * 64, static_cast<int>(commands.size()), 0,
+                  vg_back_buffer, width, height, canvas.width(), canvas.height(), sigma, pointer.x,
+                  pointer.y);
+    vg_partial_end();
+    gpu_error();
+    shown.commands.assign(commands.begin(), commands.end());
+    shown.background = background;
+    shown.width = width;
+    shown.height = height;
+    shown.logical_width = canvas.width();
+    shown.logical_height = canvas.height();
+    shown.sigma = sigma;
+    shown.pointer = pointer;
+    shown.any = true;
+    return true;
 }
 
 Pixels Renderer::read_pixels(int width, int height) {
@@ -251,6 +339,10 @@ Pixels Renderer::read_pixels(int width, int height) {
         throw std::invalid_argument("Screenshot dimensions");
     Pixels pixels{width, height, std::vector<std::uint8_t>(static_cast<std::size_t>(width) * height * 4)};
     vg_clear_error();
+    if (impl_->partial && impl_->shown.any) { // the back buffer holds nothing certain after a present
+        vg_partial_begin(impl_->shown.width, impl_->shown.height, 0, 0, 0, 0);
+        vg_partial_end();
+    }
     vg_read_pixels(width, height, pixels.data.data(), pixels.data.size());
     gpu_error();
     // GL delivers the bottom row first.

@@ -42,12 +42,21 @@ public:
     // logical frame of the given size. Text is rasterised for pixel_height / logical_height.
     void begin(Canvas& canvas, int pixel_width, int pixel_height, float logical_width, float logical_height,
                const Theme& theme);
-    // Draws the animated background over the default framebuffer's back buffer.
+    // Draws the animated background over the default framebuffer's back buffer; with partial
+    // redraw on, render draws it where the frame changed.
     void background(int width, int height, float time, const Theme& theme, bool grid);
     // Executes the canvas into `framebuffer` colour buffer `buffer`; an empty canvas draws nothing.
-    // The pointer, in logical units, must be finite even when outside the window.
-    void render(Canvas& canvas, int width, int height, Vec2 pointer, unsigned framebuffer, unsigned buffer);
-    // The back buffer of the default framebuffer, top row first.
+    // The pointer, in logical units, must be finite even when outside the window. Returns false
+    // when partial redraw found nothing changed: nothing was drawn and there is nothing to present.
+    bool render(Canvas& canvas, int width, int height, Vec2 pointer, unsigned framebuffer, unsigned buffer);
+    // Partial redraw, off at first. When on, render compares the canvas with the frame it drew
+    // last and redraws only the area that changed (grown by what glass reads around it) over a
+    // copy of that frame, which the backend keeps, in the default back buffer; that must be the
+    // target (std::logic_error otherwise). The pixels are those of a full redraw, byte for byte.
+    void partial(bool on);
+    bool partial() const;
+    // The back buffer of the default framebuffer, top row first; with partial redraw on, the
+    // last frame drawn, copied there first.
     Pixels read_pixels(int width, int height);
     // The driver's renderer string.
     std::string device() const;

@@ -70,6 +70,11 @@ public:
     // The application's clipboard writer; controls that copy text call it when it is set.
     const std::function<void(const std::string&)>& clipboard() const { return clipboard_; }
     void clipboard(std::function<void(const std::string&)> writer) { clipboard_ = std::move(writer); }
+    // Wakes the runner from any thread, at any time (Window::waker): a worker calls it when its
+    // result is ready, and the frame it brings picks the result up. Without one, workers ask
+    // for frames every 50 ms until they are done.
+    const std::function<void()>& waker() const { return waker_; }
+    void waker(std::function<void()> wake) { waker_ = std::move(wake); }
 
     const std::shared_ptr<Widget>& focus() const { return focus_; }
     void focus(std::shared_ptr<Widget> widget);
@@ -162,6 +167,7 @@ private:
 
     std::shared_ptr<Dialog> palette_;
     std::function<void(const std::string&)> clipboard_;
+    std::function<void()> waker_;
     std::shared_ptr<Panel> root_;
     std::shared_ptr<Widget> focus_;
     std::shared_ptr<Widget> pressed_;

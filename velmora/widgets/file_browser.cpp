@@ -200,12 +200,14 @@ void FileBrowser::start_load() {
     auto promise = std::make_shared<std::promise<Result>>();
     pending = promise->get_future();
     try {
-        std::thread([promise, path = requested, only_directories = directories] {
+        std::thread([promise, path = requested, only_directories = directories, wake = wake] {
             try {
                 promise->set_value(read_directory(path, only_directories));
             } catch (...) {
                 promise->set_exception(std::current_exception());
             }
+            std::lock_guard lock(wake->mutex);
+            if (wake->call) wake->call();
         }).detach();
     } catch (const std::system_error& failure) {
         pending = {};
@@ -216,9 +218,14 @@ void FileBrowser::start_load() {
 
 void FileBrowser::tick(Scene& owner) {
     if (!pending.valid()) return;
+    // Handed over before the result is looked at: a worker that finishes after the look wakes.
+    const std::function<void()>& waker = owner.waker();
+    {
+        std::lock_guard lock(wake->mutex);
+        if (waker && !wake->call) wake->call = waker;
+    }
     if (pending.wait_until(std::chrono::steady_clock::now()) != std::future_status::ready) {
-        // The worker has no way to wake the loop; look again shortly.
-        owner.redraw_at(owner.time() + 0.05);
+        if (!waker) owner.redraw_at(owner.time() + 0.05); // nothing can wake this loop: look again
         return;
     }
     Result result;

@@ -25,6 +25,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,13 @@ public:
     std::filesystem::path requested;
     std::vector<Entry> entries;
     std::future<Result> pending; // valid while a worker is outstanding
+    // Whom the worker wakes when its result is ready: the scene's waker, handed over by tick,
+    // since the first load starts before the browser has a scene.
+    struct Wake {
+        std::mutex mutex;
+        std::function<void()> call;
+    };
+    std::shared_ptr<Wake> wake = std::make_shared<Wake>();
     std::string error;
     std::function<void(const std::filesystem::path&)> on_accept;
     std::shared_ptr<TextField> path_field;
