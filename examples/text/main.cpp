@@ -1,5 +1,6 @@
 // Mixed Chinese and Latin text at several sizes and weights, over glass on the animated
-// background.
+// background, and a line of every script the installed fonts cover: joined and right-to-left
+// scripts, Indic and Thai clusters, combining marks and colour emoji.
 //
 //     text_demo              renders one frame on a hidden window and writes text-demo.png
 //     text_demo out.png      ... writes out.png
@@ -16,7 +17,7 @@ namespace {
 using namespace velmora::ui;
 
 constexpr float logical_w = 960;
-constexpr float logical_h = 600;
+constexpr float logical_h = 1000;
 
 void paint(Canvas& canvas, const Theme& theme) {
     canvas.glass({40, 40, 880, 250}, theme, theme.panel_radius);
@@ -43,6 +44,30 @@ void paint(Canvas& canvas, const Theme& theme) {
     canvas.text("大字", {524, 344}, 96, theme.text, 700);
     canvas.text("Ag 永", {524, 470}, 56, theme.accent, 400);
     canvas.pop_clip();
+
+    // Each sample after its script's name; right-to-left lines are aligned to the right.
+    canvas.glass({40, 590, 880, 380}, theme, theme.panel_radius);
+    const struct {
+        const char* name;
+        const char* sample;
+        bool rtl;
+    } scripts[] = {
+        {"Arabic", "مرحبا بالعالم 2026", true},
+        {"Persian", "سلام دنیا", true},
+        {"Hebrew in Latin", "abc שלום עולם def", false},
+        {"Devanagari", "नमस्ते दुनिया", false},
+        {"Thai", "สวัสดีชาวโลก", false},
+        {"Greek, Cyrillic", "Καλημέρα κόσμε · Привет, мир", false},
+        {"Combining marks", "Cafe\u0301 · n\u0303 · a\u0308\u0301", false},
+        {"Emoji", "👍🏽 👨‍👩‍👧‍👦 🇩🇪 😀 ❤️", false},
+    };
+    float row = 612;
+    for (const auto& script : scripts) {
+        canvas.text(script.name, {72, row + 6}, 15, theme.muted, 600);
+        const float x = script.rtl ? 888 - canvas.text_width(script.sample, 24, 400) : 300;
+        canvas.text(script.sample, {x, row}, 24, theme.text, 400);
+        row += 44;
+    }
 }
 
 } // namespace

@@ -59,6 +59,40 @@ TEST(TextFieldEditing, DeletesWholeCodePointsAndWordsAndANewEditDropsTheRedo) {
     EXPECT_EQ(s.field->value(), "hello ");
 }
 
+// Each kind of cluster that a code-point walk breaks apart, after "x" and before "y". Wine's
+// Uniscribe, which the Windows build is tested under, clusters combining marks alone.
+#ifdef _WIN32
+const Strings clusters{"e\u0301"};
+#else
+const Strings clusters{"e\u0301", "👍🏽", "👨‍👩‍👧‍👦", "🇩🇪", "स्ते", "क्षि", "ก้"};
+#endif
+
+TEST(TextFieldEditing, ArrowsBackspaceDeleteAndShiftStepOverWholeClusters) {
+    Single s;
+    for (const std::string& cluster : clusters) {
+        s.field->value("x" + cluster + "y");
+        s.run.key(ui::vk::left);
+        s.run.key(ui::vk::left);
+        EXPECT_EQ(s.field->caret, 1u) << cluster;
+        s.run.key(ui::vk::right, false, true);
+        EXPECT_EQ(s.field->selected_text(), cluster);
+        s.run.key(ui::vk::right); // collapses the selection at its end
+        s.run.key(ui::vk::backspace);
+        EXPECT_EQ(s.field->value(), "xy") << cluster;
+        s.run.mark(&ui::Input::undo);
+        s.field->select(0, 3); // inside the cluster: moved back to its start
+        EXPECT_EQ(s.field->caret, 1u) << cluster;
+        s.field->move(1, false);
+        s.run.key(ui::vk::delete_key);
+        EXPECT_EQ(s.field->value(), "xy") << cluster;
+    }
+    if (clusters.size() == 1) return;
+    s.field->value("नमस्ते दुनिया"); // three characters, then a word
+    s.field->move(0, false);
+    for (int i = 0; i < 3; ++i) s.run.key(ui::vk::right);
+    EXPECT_EQ(s.field->caret, std::string("नमस्ते").size());
+}
+
 TEST(TextFieldEditing, ReadOnlyCopiesButMaskedNeverReachesTheClipboardOrTheScreen) {
     Single s("固定 text");
     s.field->read_only = true;
@@ -76,12 +110,18 @@ TEST(TextFieldEditing, ReadOnlyCopiesButMaskedNeverReachesTheClipboardOrTheScree
     EXPECT_EQ(s.field->value(), "固定 text"); // and the cut removed nothing
     EXPECT_NE(log.find("•••••••"), nullptr);
     EXPECT_EQ(log.find("固定 text"), nullptr);
+    s.field->value(clusters.back() + "e\u0301"); // one bullet per character the user typed
+    s.run.frame();
+    EXPECT_NE(log.find("••"), nullptr);
 }
 
 TEST(TextFieldPointer, DoubleClickSelectsAWordWithItsSpacesOrARunOfChinese) {
     Single s;
     // A word with its spaces; a run of Chinese is one word.
-    for (auto [text, at, word] : {std::tuple{"one two  three", 5, "two  "}, {"你好世界", 2, "你好世界"}}) {
+    // A word never ends inside a cluster, not even one that starts with a space.
+    for (auto [text, at, word] : {std::tuple{"one two  three", 5, "two  "},
+                                  {"你好世界", 2, "你好世界"},
+                                  {"a \u0301b c", 0, "a \u0301"}}) {
         s.field->value(text);
         s.run.now += 1; // past the double-click time of the clicks before
         const ui::Vec2 p{box.x + s.field->inset_left() + 8.4f * at + 1, box.y + box.h / 2};

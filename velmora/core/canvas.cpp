@@ -167,6 +167,20 @@ void Canvas::text(const std::string& text, Vec2 position, float size, unsigned c
     if (renderer_) renderer_->draw_text(*this, text, position, size, color, weight);
 }
 
+TextEdges TextEngine::edges(const std::string& line, std::size_t from, std::size_t to, float size,
+                            int weight) const {
+    const float leading = measure(line.substr(0, from), size, weight);
+    return {leading, leading + measure(line.substr(from, to - from), size, weight)};
+}
+
+TextEdges Canvas::text_edges(const std::string& line, std::size_t from, std::size_t to, float size,
+                             int weight) const {
+    check(in_range(size, 1, 256), "text size");
+    if (renderer_) return renderer_->edges(line, from, to, size, weight);
+    const float leading = text_width(line.substr(0, from), size, weight);
+    return {leading, leading + text_width(line.substr(from, to - from), size, weight)};
+}
+
 float Canvas::text_width(const std::string& text, float size, int weight) const {
     check(in_range(size, 1, 256), "text size");
     if (renderer_) return renderer_->measure(text, size, weight);

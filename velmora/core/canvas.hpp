@@ -18,7 +18,7 @@
 //   17 atlas texture name (unsigned bits) | 18-21 scissor clip | 22 blur | 23 refraction
 //   24 shine | 25 tint | 26 dispersion | 27 antialiasing | 28-31 corner radii (TL TR BR BL)
 //   32-35 corner handles | 36-39 highlight | 40-43 shadow | 44 cubic flag | 45 text contrast
-//   46-63 reserved, zero
+//   46 colour glyph (texels drawn in their own colour) | 47-63 reserved, zero
 #pragma once
 
 #include "velmora/core/geometry.hpp"
@@ -53,6 +53,13 @@ static_assert(sizeof(Command) == 256, "Command is the 256-byte wire format of vg
 
 class Canvas;
 
+// Where the glyphs of a grapheme cluster sit along a line: the caret before the cluster stands
+// at `leading`, its glyphs reach to `trailing`; in right-to-left text leading is the larger.
+struct TextEdges {
+    float leading = 0;
+    float trailing = 0;
+};
+
 // What a canvas needs to draw and measure text. The Renderer that begins a frame binds
 // itself here; without one, text records nothing and measures by a fixed estimate.
 class TextEngine {
@@ -61,6 +68,10 @@ public:
     virtual void draw_text(Canvas& canvas, const std::string& text, Vec2 position, float size, unsigned color,
                            int weight) = 0;
     virtual float measure(const std::string& text, float size, int weight) const = 0;
+    // The edges of bytes [from, to) of one line of text, from its left edge. By default the width
+    // of the text before them and theirs: right for text that reads left to right alone.
+    virtual TextEdges edges(const std::string& line, std::size_t from, std::size_t to, float size,
+                            int weight) const;
 };
 
 class Canvas {
@@ -89,6 +100,8 @@ public:
     void color_plane(Rect r, float hue);
     void text(const std::string& text, Vec2 position, float size, unsigned color, int weight);
     float text_width(const std::string& text, float size, int weight) const;
+    TextEdges text_edges(const std::string& line, std::size_t from, std::size_t to, float size,
+                         int weight) const;
 
     const std::vector<Command>& commands() const { return commands_; }
     std::size_t clip_depth() const { return clip_stack_.size(); }

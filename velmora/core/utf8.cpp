@@ -62,6 +62,20 @@ bool valid_utf8(std::string_view text) {
     return true;
 }
 
+namespace {
+
+void append_utf16(std::u16string& out, char32_t cp) {
+    if (cp >= 0x10000) {
+        cp -= 0x10000;
+        out += static_cast<char16_t>(0xD800 + (cp >> 10));
+        out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+    } else {
+        out += static_cast<char16_t>(cp);
+    }
+}
+
+} // namespace
+
 std::u16string wide(std::string_view text) {
     std::u16string out;
     out.reserve(text.size());
@@ -70,15 +84,24 @@ std::u16string wide(std::string_view text) {
         std::size_t n = decode_utf8(text, i, cp);
         if (n == 0) throw std::invalid_argument("Invalid UTF-8");
         i += n;
-        if (cp >= 0x10000) {
-            cp -= 0x10000;
-            out += static_cast<char16_t>(0xD800 + (cp >> 10));
-            out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
-        } else {
-            out += static_cast<char16_t>(cp);
-        }
+        append_utf16(out, cp);
     }
     return out;
+}
+
+bool wide(std::string_view text, std::u16string& out, std::vector<std::size_t>& bytes) {
+    out.clear();
+    bytes.clear();
+    char32_t cp;
+    for (std::size_t i = 0; i < text.size();) {
+        std::size_t n = decode_utf8(text, i, cp);
+        if (n == 0) return false;
+        append_utf16(out, cp);
+        bytes.resize(out.size(), i);
+        i += n;
+    }
+    bytes.push_back(text.size());
+    return true;
 }
 
 std::string utf8(std::u16string_view text) {

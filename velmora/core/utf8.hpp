@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velmora::ui {
 
@@ -23,6 +24,11 @@ bool valid_utf8(std::string_view text);
 
 // Strict UTF-8 to UTF-16; throws std::invalid_argument "Invalid UTF-8".
 std::u16string wide(std::string_view text);
+
+// UTF-16 of UTF-8 into buffers kept by the caller, with the byte offset each UTF-16 unit came
+// from (the first byte of its code point) and then the text's size in `bytes`. False, with the
+// buffers in an unspecified state, for invalid UTF-8.
+bool wide(std::string_view text, std::u16string& out, std::vector<std::size_t>& bytes);
 
 // UTF-16 to UTF-8. A lone surrogate becomes U+FFFD.
 std::string utf8(std::u16string_view text);

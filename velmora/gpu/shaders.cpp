@@ -145,7 +145,7 @@ void main() {
     kind = int(at(0));
     rect = vec4(at(1), at(2), at(3), at(4));
     ink = vec4(at(6), at(7), at(8), at(9));
-    extra = vec4(at(10), at(11), at(12), 0.0);
+    extra = vec4(at(10), at(11), at(12), at(46));
     texRect = vec4(at(13), at(14), at(15), at(16));
     optics = vec4(at(23), at(26), at(22), 0.0);
     material = vec4(at(25), at(24), 0.0, 0.0);
@@ -525,6 +525,10 @@ float sdfCoverage(vec2 coord, float screenRange) {
 
 void main() {
     vec2 coord = texRect.xy + uv * texRect.zw;
+    if (extra.w > .5) { // a colour glyph: premultiplied texels, only faded by the ink's alpha
+        color = texture(atlas, coord) * (contentCoverage(pui) * ink.a);
+        return;
+    }
     float coverage;
     if (BITMAP_GLYPHS == 0 && extra.y > .5) {
         vec2 unitRange = vec2(2.0 * extra.z) / vec2(textureSize(atlas, 0));

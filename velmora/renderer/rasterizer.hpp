@@ -1,9 +1,11 @@
 // Rasterizer: the platform's text services under the Renderer's glyph atlas (internal).
 //
-// The Renderer asks three things of it: make a font, measure one code point, and draw one
-// code point white on black into a coverage buffer. One implementation file per platform
-// stands behind this header (rasterizer_freetype.cpp with fontconfig on Linux), so the
-// header names no platform type.
+// The Renderer asks it to make a font, measure one code point, and draw one code point white on
+// black into a coverage buffer: that serves text that needs no shaping. Text that does (joining
+// scripts, marks, emoji sequences) is shaped run by run into glyphs of the faces the fallback
+// picks, and each such glyph is drawn into texels of its own size, in colour where it has colour. One
+// implementation file per platform stands behind this header (rasterizer_freetype.cpp with fontconfig on
+// Linux), so the header names no platform type.
 //
 // Sizes are pixels. A font's size is its character height (the em, not the line), and its
 // line height is the face's ascent plus descent at that size.
@@ -12,6 +14,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace velmora::ui {
 
@@ -25,6 +29,27 @@ using RasterFontPtr = std::unique_ptr<RasterFont, RasterFontFree>;
 struct GlyphExtent {
     int advance = 0; // pen advance in whole pixels
     int line = 0;    // line height of the font in whole pixels
+};
+
+// A glyph of a shaped run, positioned in pixels relative to the run's pen.
+struct ShapedGlyph {
+    std::uint32_t face = 0;    // the Rasterizer's id of the face it comes from
+    std::uint32_t index = 0;   // the glyph in that face
+    std::uint32_t cluster = 0; // byte offset of the first character it shows
+    float x = 0;
+    float y = 0; // downwards
+    float advance = 0;
+    bool rtl = false; // from a right-to-left run
+};
+
+// A shaped glyph's texels: `width` x `height` RGBA, premultiplied, rows top first, placed with
+// its top left at (left, top) from the pen and the top of the line.
+struct GlyphImage {
+    int left = 0;
+    int top = 0;
+    int width = 0;
+    int height = 0;
+    bool colour = false; // false: white with the coverage in alpha
 };
 
 class Rasterizer {
@@ -52,6 +77,18 @@ public:
     // rows top first, with the pen at x = border and the top of the line at y = border.
     // Ink outside the buffer is cut off. Throws std::runtime_error "Create glyph bitmap (...)".
     void draw(RasterFont& font, char32_t code_point, int width, int height, std::uint8_t* coverage);
+
+    // Shapes bytes [start, end) of a one-line paragraph of valid UTF-8, all of one direction
+    // (the rest of the paragraph is context, for joining), and appends its glyphs left to right.
+    // Each run of one script that one face covers is shaped with that face: the font's own when it
+    // has the run's characters, else the first fallback that has them all. Returns the advance.
+    float shape(RasterFont& font, std::string_view paragraph, std::size_t start, std::size_t end, bool rtl,
+                std::vector<ShapedGlyph>& out);
+
+    // Draws a shaped glyph, scaled to the font's size where its face has bitmaps of fixed sizes,
+    // into `texels` (resized), with Rasterizer::border empty texels around its ink.
+    GlyphImage draw(RasterFont& font, std::uint32_t face, std::uint32_t index,
+                    std::vector<std::uint8_t>& texels);
 
 private:
     struct Impl;

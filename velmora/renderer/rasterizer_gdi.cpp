@@ -12,6 +12,7 @@
 // (Droid Sans Fallback, say) would otherwise take over every CJK glyph from the next run on.
 #include "velmora/renderer/rasterizer.hpp"
 
+#include "velmora/core/utf8.hpp"
 #include "velmora/platform/error.hpp"
 #include "velmora/platform/wstring_win32.hpp"
 
@@ -240,6 +241,43 @@ void Rasterizer::draw(RasterFont& font, char32_t code_point, int width, int heig
             coverage[i] = std::max({src[i * 4], src[i * 4 + 1], src[i * 4 + 2]});
     }
     DeleteObject(bitmap);
+}
+
+// GDI shapes nothing: a run is its code points, in reverse when it reads right to left, each
+// drawn alone by the face that has it. Bidi order is right; joining and mark placement are not.
+float Rasterizer::shape(RasterFont& font, std::string_view paragraph, std::size_t start, std::size_t end,
+                        bool rtl, std::vector<ShapedGlyph>& out) {
+    const std::size_t first = out.size();
+    float pen = 0;
+    char32_t cp = 0;
+    for (std::size_t i = start, n = 0; i < end; i += n) {
+        n = std::max<std::size_t>(decode_utf8(paragraph, i, cp), 1);
+        const auto advance = static_cast<float>(extent(font, cp).advance);
+        out.push_back({0, static_cast<std::uint32_t>(cp), static_cast<std::uint32_t>(i), 0, 0, advance, rtl});
+    }
+    if (rtl) std::reverse(out.begin() + static_cast<std::ptrdiff_t>(first), out.end());
+    for (std::size_t i = first; i < out.size(); ++i) {
+        out[i].x = pen;
+        pen += out[i].advance;
+    }
+    return pen;
+}
+
+GlyphImage Rasterizer::draw(RasterFont& font, std::uint32_t, std::uint32_t index,
+                            std::vector<std::uint8_t>& texels) {
+    const auto cp = static_cast<char32_t>(index);
+    const GlyphExtent size = extent(font, cp);
+    const GlyphImage image{-border, -border, std::max(1, size.advance) + 2 * border, size.line + 2 * border,
+                           false};
+    const std::size_t area = static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height);
+    texels.resize(area * 4);
+    draw(font, cp, image.width, image.height, texels.data() + area * 3); // coverage in the last quarter
+    for (std::size_t i = 0; i < area; ++i) {
+        const std::uint8_t value = texels[area * 3 + i];
+        texels[i * 4] = texels[i * 4 + 1] = texels[i * 4 + 2] = 255;
+        texels[i * 4 + 3] = value;
+    }
+    return image;
 }
 
 } // namespace velmora::ui

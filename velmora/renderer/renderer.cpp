@@ -4,7 +4,8 @@
 //   lifetime     constructor, destructor, check, gpu_error
 //   frame        begin, background, render, read_pixels, device
 //   glyphs       Impl::use_font, Impl::font, Impl::glyph (rasterise, pack, upload), Impl::decode
-//   text         draw_text, measure
+//   shaped text  Impl::line (bidi, shaping, the cache of shaped lines), Impl::shaped_glyph
+//   text         draw_text, measure, edges
 #include "velmora/renderer/renderer.hpp"
 
 #include "velmora/core/utf8.hpp"
@@ -12,6 +13,9 @@
 #include "velmora/platform/gl_context.hpp"
 #include "velmora/renderer/atlas.hpp"
 #include "velmora/renderer/rasterizer.hpp"
+#include "velmora/text/bidi.hpp"
+#include "velmora/text/graphemes.hpp"
+#include "velmora/text/shaping.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +24,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -49,6 +54,27 @@ struct FontKeyHash {
     }
 };
 
+// A shaped glyph of one font request: the request, the rasteriser's face and the glyph in it.
+struct ShapedKey {
+    std::uint32_t font = 0;
+    std::uint32_t face = 0;
+    std::uint32_t index = 0;
+    bool operator==(const ShapedKey&) const = default;
+};
+
+struct ShapedKeyHash {
+    std::size_t operator()(const ShapedKey& k) const {
+        return std::hash<std::uint64_t>{}(std::uint64_t{k.font} << 48 ^ std::uint64_t{k.face} << 32 ^
+                                          k.index);
+    }
+};
+
+// Lets the cache of shaped lines be searched with a string_view, allocating nothing.
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
+};
+
 void check_text_size(float size) {
     if (!std::isfinite(size) || size <= 0) throw std::invalid_argument("text size");
 }
@@ -63,7 +89,19 @@ struct Renderer::Impl {
         int width = 0; // the whole cell, border included
         int height = 0;
         float advance = 0; // raster pixels
+        // Shaped glyphs only: the cell's top left from the pen and the line's top, raster pixels.
+        int left = 0;
+        int top = 0;
+        bool colour = false;
+        bool blank = false; // no ink: a space, a joiner
     };
+
+    // A line of shaped text: its glyphs left to right, raster pixels from its start.
+    struct Line {
+        std::vector<ShapedGlyph> glyphs;
+        float advance = 0;
+    };
+    static constexpr std::size_t line_limit = 4096; // shaped lines kept; the cache starts over past it
 
     // A font request made once; its face is made when its first glyph is.
     struct Font {
@@ -84,8 +122,13 @@ struct Renderer::Impl {
     std::vector<unsigned> atlases;
     atlas::Shelf shelf;
     std::u32string code_points;         // scratch, reused from text to text
+    bool shaping = false;               // some code point of the last decoded text needs shaping
     std::vector<std::uint8_t> coverage; // scratch, reused from glyph to glyph
     std::vector<std::uint8_t> texels;
+    std::unordered_map<ShapedKey, Glyph, ShapedKeyHash> shaped_glyphs;
+    std::unordered_map<std::string, Line, TextHash, std::equal_to<>> lines; // by font id bytes + text
+    std::string line_key;                                                   // scratch
+    std::vector<DirectionRun> runs;                                         // scratch
 
     // Partial redraw: the background asked for this frame, and what the kept frame shows.
     struct Background {
@@ -112,7 +155,26 @@ struct Renderer::Impl {
     std::uint32_t font(int raster, int weight);
     const Glyph& glyph(std::uint32_t font, char32_t code_point);
     const Glyph& add_glyph(std::uint32_t font, char32_t code_point);
+    RasterFont& face(std::uint32_t font);
+    Glyph place(int w, int h);
     void add_atlas();
+    const Line& line(std::uint32_t font, std::string_view text);
+    const Glyph& shaped_glyph(std::uint32_t font, const ShapedGlyph& glyph);
+
+    // Calls f(line, its code points) for each line of the text decode() was last given.
+    template <class F> void each_line(std::string_view text, F f) const {
+        std::size_t point = 0;
+        for (std::size_t start = 0; start <= text.size();) {
+            const std::size_t end = std::min(text.find('\n', start), text.size());
+            const std::string_view line = text.substr(start, end - start);
+            const auto count = static_cast<std::size_t>(std::count_if(line.begin(), line.end(), [](char b) {
+                return (static_cast<unsigned char>(b) & 0xC0u) != 0x80u;
+            }));
+            f(line, std::u32string_view(code_points).substr(point, count));
+            point += count + 1;
+            start = end + 1;
+        }
+    }
     const std::u32string& decode(const std::string& text);
     bool redraw(const Canvas& canvas, int width, int height, Vec2 pointer);
 };
@@ -161,7 +223,7 @@ void gpu_error() {
     if (unsigned code = vg_gl_error()) throw std::runtime_error("OpenGL error " + std::to_string(code));
 }
 
-std::size_t Renderer::glyph_count() const { return impl_->glyphs.size(); }
+std::size_t Renderer::glyph_count() const { return impl_->glyphs.size() + impl_->shaped_glyphs.size(); }
 std::size_t Renderer::atlas_count() const { return impl_->atlases.size(); }
 
 // ---- frame -------------------------------------------------------------------------------
@@ -326,15 +388,19 @@ const Renderer::Impl::Glyph& Renderer::Impl::glyph(std::uint32_t font, char32_t 
     return at != glyphs.end() ? at->second : add_glyph(font, code_point);
 }
 
-const Renderer::Impl::Glyph& Renderer::Impl::add_glyph(std::uint32_t font, char32_t code_point) {
-    if (glyphs.size() >= atlas::max_glyphs)
-        throw std::length_error("Glyph cache limit; recreate renderer after large font/size changes");
-
+RasterFont& Renderer::Impl::face(std::uint32_t font) {
     Font& request = fonts[font];
     if (!request.face)
         request.face = rasterizer->font(names[request.key.name], request.key.raster, request.key.weight);
-    RasterFont& face = *request.face;
-    const GlyphExtent extent = rasterizer->extent(face, code_point);
+    return *request.face;
+}
+
+const Renderer::Impl::Glyph& Renderer::Impl::add_glyph(std::uint32_t font, char32_t code_point) {
+    if (glyphs.size() + shaped_glyphs.size() >= atlas::max_glyphs)
+        throw std::length_error("Glyph cache limit; recreate renderer after large font/size changes");
+
+    RasterFont& raster = face(font);
+    const GlyphExtent extent = rasterizer->extent(raster, code_point);
     if (extent.advance > atlas::largest || extent.line > atlas::largest)
         throw std::length_error("Glyph exceeds atlas");
     const int w = std::max(1, extent.advance) + 2 * atlas::border;
@@ -342,39 +408,85 @@ const Renderer::Impl::Glyph& Renderer::Impl::add_glyph(std::uint32_t font, char3
 
     const std::size_t area = static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
     coverage.resize(area);
-    rasterizer->draw(face, code_point, w, h, coverage.data());
+    rasterizer->draw(raster, code_point, w, h, coverage.data());
     texels.resize(area * 4);
     for (std::size_t i = 0; i < area; ++i) {
         texels[i * 4 + 0] = texels[i * 4 + 1] = texels[i * 4 + 2] = 255;
         texels[i * 4 + 3] = coverage[i];
     }
+    Glyph glyph = place(w, h);
+    glyph.advance = static_cast<float>(extent.advance);
+    return glyphs.emplace(std::uint64_t{font} << 32 | code_point, glyph).first->second;
+}
 
+// Packs and uploads `texels`, w x h, into the atlases.
+Renderer::Impl::Glyph Renderer::Impl::place(int w, int h) {
     if (atlases.empty()) add_atlas();
     if (!shelf.fit(w, h)) {
         if (atlases.size() >= atlas::max_atlases) throw std::length_error("16 font atlas limit");
         add_atlas();
         shelf = {};
     }
-    const Glyph glyph{atlases.back(), shelf.x, shelf.y, w, h, static_cast<float>(extent.advance)};
+    const Glyph glyph{atlases.back(), shelf.x, shelf.y, w, h};
     vg_clear_error();
     vg_upload(glyph.texture, glyph.x, glyph.y, w, h, texels.data(), texels.size());
     gpu_error();
     shelf.take(w, h);
-    return glyphs.emplace(std::uint64_t{font} << 32 | code_point, glyph).first->second;
+    return glyph;
 }
 
 // Decoded whole before any glyph is looked up, so that text which is not valid UTF-8 draws and
 // rasterises nothing.
 const std::u32string& Renderer::Impl::decode(const std::string& text) {
     code_points.clear();
+    shaping = false;
     for (std::size_t i = 0; i < text.size();) {
         char32_t code_point = 0;
         const std::size_t n = decode_utf8(text, i, code_point);
         if (n == 0) throw std::invalid_argument("Invalid UTF-8");
         code_points.push_back(code_point);
+        shaping = shaping || (code_point >= 0x300 && needs_shaping(code_point));
         i += n;
     }
     return code_points;
+}
+
+// ---- shaped text ---------------------------------------------------------------------------
+
+// One line in visual order, each run of one direction shaped on its own with the rest of the
+// line as context. Kept until the cache starts over, so an unchanged label is shaped once.
+const Renderer::Impl::Line& Renderer::Impl::line(std::uint32_t font, std::string_view text) {
+    line_key.assign(reinterpret_cast<const char*>(&font), sizeof font);
+    line_key.append(text);
+    if (const auto at = lines.find(std::string_view(line_key)); at != lines.end()) return at->second;
+    if (lines.size() >= line_limit) lines.clear();
+    Line made;
+    RasterFont& raster = face(font);
+    visual_runs(text, runs);
+    for (const DirectionRun& run : runs) {
+        const std::size_t first = made.glyphs.size();
+        const float advance = rasterizer->shape(raster, text, run.start, run.end, run.rtl, made.glyphs);
+        for (std::size_t i = first; i < made.glyphs.size(); ++i) made.glyphs[i].x += made.advance;
+        made.advance += advance;
+    }
+    return lines.emplace(line_key, std::move(made)).first->second;
+}
+
+const Renderer::Impl::Glyph& Renderer::Impl::shaped_glyph(std::uint32_t font, const ShapedGlyph& shaped) {
+    const ShapedKey key{font, shaped.face, shaped.index};
+    if (const auto at = shaped_glyphs.find(key); at != shaped_glyphs.end()) return at->second;
+    if (glyphs.size() + shaped_glyphs.size() >= atlas::max_glyphs)
+        throw std::length_error("Glyph cache limit; recreate renderer after large font/size changes");
+    const GlyphImage image = rasterizer->draw(face(font), shaped.face, shaped.index, texels);
+    if (image.width > atlas::size || image.height > atlas::size)
+        throw std::length_error("Glyph exceeds atlas");
+    Glyph glyph = place(image.width, image.height);
+    glyph.left = image.left;
+    glyph.top = image.top;
+    glyph.colour = image.colour;
+    glyph.blank = true;
+    for (std::size_t i = 3; i < texels.size() && glyph.blank; i += 4) glyph.blank = texels[i] == 0;
+    return shaped_glyphs.emplace(key, glyph).first->second;
 }
 
 // ---- text --------------------------------------------------------------------------------
@@ -390,26 +502,50 @@ void Renderer::draw_text(Canvas& canvas, const std::string& text, Vec2 position,
     const float ratio = static_cast<float>(raster) / size;
     const float pad = static_cast<float>(atlas::border) / ratio;
     constexpr float texel = 1.0f / atlas::size;
+    const auto cell = [&](const Impl::Glyph& g, Rect r) -> Command& {
+        Command& c = canvas.add(kind_glyph, r, color);
+        c.slot[13] = static_cast<float>(g.x) * texel;
+        c.slot[14] = static_cast<float>(g.y) * texel;
+        c.slot[15] = static_cast<float>(g.width) * texel;
+        c.slot[16] = static_cast<float>(g.height) * texel;
+        c.texture(g.texture);
+        return c;
+    };
 
     Vec2 pen = position;
-    for (const char32_t code_point : code_points) {
-        if (code_point == U'\n') {
-            pen = {position.x, pen.y + size + 5};
-            continue;
+    const auto walk = [&](std::u32string_view points) {
+        for (const char32_t code_point : points) {
+            if (code_point == U'\n') {
+                pen = {position.x, pen.y + size + 5};
+                continue;
+            }
+            const Impl::Glyph& g = impl_->glyph(font, code_point);
+            if (code_point != U' ') {
+                const float w = static_cast<float>(g.width);
+                const float h = static_cast<float>(g.height);
+                cell(g, {pen.x - pad, pen.y - pad, w / ratio, h / ratio});
+            }
+            pen.x += g.advance / ratio;
         }
-        const Impl::Glyph& g = impl_->glyph(font, code_point);
-        if (code_point != U' ') {
-            const float w = static_cast<float>(g.width);
-            const float h = static_cast<float>(g.height);
-            Command& c = canvas.add(kind_glyph, {pen.x - pad, pen.y - pad, w / ratio, h / ratio}, color);
-            c.slot[13] = static_cast<float>(g.x) * texel;
-            c.slot[14] = static_cast<float>(g.y) * texel;
-            c.slot[15] = w * texel;
-            c.slot[16] = h * texel;
-            c.texture(g.texture);
-        }
-        pen.x += g.advance / ratio;
-    }
+    };
+    if (!impl_->shaping) return walk(code_points);
+
+    // Lines that need shaping are shaped whole; the others are walked as above.
+    impl_->each_line(text, [&](std::string_view line, std::u32string_view points) {
+        if (!needs_shaping(line))
+            walk(points);
+        else
+            for (const ShapedGlyph& shaped : impl_->line(font, line).glyphs) {
+                const Impl::Glyph& g = impl_->shaped_glyph(font, shaped);
+                if (g.blank) continue;
+                Command& c =
+                    cell(g, {pen.x + (shaped.x + static_cast<float>(g.left)) / ratio,
+                             pen.y + (shaped.y + static_cast<float>(g.top)) / ratio,
+                             static_cast<float>(g.width) / ratio, static_cast<float>(g.height) / ratio});
+                if (g.colour) c.slot[46] = 1; // the shader takes the texels' own colour
+            }
+        pen = {position.x, pen.y + size + 5};
+    });
 }
 
 float Renderer::measure(const std::string& text, float size, int weight) const {
@@ -420,17 +556,48 @@ float Renderer::measure(const std::string& text, float size, int weight) const {
     const std::uint32_t font = impl_->font(raster, weight);
     const float ratio = static_cast<float>(raster) / size;
 
-    float running = 0;
-    float largest = 0;
-    for (const char32_t code_point : code_points) {
-        if (code_point == U'\n') {
-            largest = std::max(largest, running);
-            running = 0;
-        } else {
-            running += impl_->glyph(font, code_point).advance / ratio;
+    const auto width = [&](std::u32string_view points) {
+        float running = 0;
+        float largest = 0;
+        for (const char32_t code_point : points) {
+            if (code_point == U'\n') {
+                largest = std::max(largest, running);
+                running = 0;
+            } else {
+                running += impl_->glyph(font, code_point).advance / ratio;
+            }
         }
-    }
-    return std::max(largest, running);
+        return std::max(largest, running);
+    };
+    if (!impl_->shaping) return width(code_points);
+
+    float largest = 0;
+    impl_->each_line(text, [&](std::string_view line, std::u32string_view points) {
+        largest =
+            std::max(largest, needs_shaping(line) ? impl_->line(font, line).advance / ratio : width(points));
+    });
+    return largest;
+}
+
+TextEdges Renderer::edges(const std::string& line, std::size_t from, std::size_t to, float size,
+                          int weight) const {
+    check();
+    check_text_size(size);
+    if (!needs_shaping(line)) return TextEngine::edges(line, from, to, size, weight);
+    impl_->decode(line); // rejects invalid UTF-8
+    const int raster = atlas::raster_size(impl_->scale, size);
+    const float ratio = static_cast<float>(raster) / size;
+    const Impl::Line& shaped = impl_->line(impl_->font(raster, weight), line);
+    float left = shaped.advance, right = 0;
+    bool rtl = false;
+    for (const ShapedGlyph& g : shaped.glyphs)
+        if (g.cluster >= from && g.cluster < to) {
+            left = std::min(left, g.x);
+            right = std::max(right, g.x + g.advance);
+            rtl = g.rtl;
+        }
+    if (left > right) return {}; // nothing drawn for these bytes
+    return rtl ? TextEdges{right / ratio, left / ratio} : TextEdges{left / ratio, right / ratio};
 }
 
 } // namespace velmora::ui

@@ -12,7 +12,9 @@
 // std::terminate in that case, since it cannot release GL objects of a context it cannot reach.
 //
 // Text is one glyph command per visible code point, sampled from 2048 x 2048 atlases that
-// are filled on demand and never evicted. A Renderer holds at most 24000 glyphs in 16
+// are filled on demand and never evicted. A line with a right-to-left script, combining marks,
+// joiners or emoji is laid out by the bidi algorithm and shaped instead, one glyph command per
+// glyph, and kept shaped for the next frames. A Renderer holds at most 24000 glyphs in 16
 // atlases; past that it throws std::length_error, and a new Renderer starts empty.
 #pragma once
 
@@ -65,6 +67,9 @@ public:
                    int weight) override;
     // The width of the widest line. Rasterises and uploads glyphs it has not seen.
     float measure(const std::string& text, float size, int weight) const override;
+    // Text that needs shaping is measured as drawn, in visual order; other text by its widths.
+    TextEdges edges(const std::string& line, std::size_t from, std::size_t to, float size,
+                    int weight) const override;
 
     // Cache sizes, for diagnostics.
     std::size_t glyph_count() const;

@@ -1,6 +1,6 @@
 // TextField
 //
-//   1. Code points and words      detail::prev/next, boundary, word
+//   1. Clusters and words         boundary, word
 //   2. Editing and history        value, replace_selection, history
 //   3. Geometry                   measure, position, ensure_caret, caret_rect
 //   4. Events                     pointer, wheel, text, keys
@@ -9,9 +9,13 @@
 
 #include "velmora/core/utf8.hpp"
 #include "velmora/scene/scene.hpp"
+#include "velmora/text/bidi.hpp"
+#include "velmora/text/graphemes.hpp"
+#include "velmora/text/shaping.hpp"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -27,7 +31,8 @@ bool space(char byte) {
     return b == ' ' || (b >= '\t' && b <= '\r');
 }
 
-// Clamps to the text, then walks back to the start of the code point; never forwards.
+// Clamps to the text, then walks back to the start of the code point; never forwards. An input
+// method's cursor counts code points.
 std::size_t snap(std::string_view text, std::size_t offset) {
     offset = std::min(offset, text.size());
     while (offset > 0 && offset < text.size() && continuation(text[offset])) --offset;
@@ -62,33 +67,14 @@ std::string checked_utf8(std::string text) {
 
 } // namespace
 
-// ---- 1. Code points and words ------------------------------------------------------------
-
-namespace detail {
-
-std::size_t prev(std::string_view text, std::size_t offset) {
-    offset = std::min(offset, text.size());
-    if (offset == 0) return 0;
-    --offset;
-    while (offset > 0 && continuation(text[offset])) --offset;
-    return offset;
-}
-
-std::size_t next(std::string_view text, std::size_t offset) {
-    if (offset >= text.size()) return text.size();
-    ++offset;
-    while (offset < text.size() && continuation(text[offset])) ++offset;
-    return offset;
-}
-
-} // namespace detail
+// ---- 1. Clusters and words ---------------------------------------------------------------
 
 TextField::TextField(std::string initial) : Widget(checked_utf8(std::move(initial))) {
     focusable = true;
     caret = anchor = text.size();
 }
 
-std::size_t TextField::boundary(std::size_t offset) const { return snap(text, offset); }
+std::size_t TextField::boundary(std::size_t offset) const { return grapheme_start(text, offset); }
 
 void TextField::select(std::size_t new_anchor, std::size_t new_caret) {
     anchor = boundary(new_anchor);
@@ -112,13 +98,13 @@ std::size_t TextField::word(std::size_t offset, int direction) const {
     auto i = boundary(offset);
     if (direction < 0) {
         // Back over white space, then over the word before it, to that word's start.
-        while (i > 0 && space(text[detail::prev(text, i)])) i = detail::prev(text, i);
-        while (i > 0 && !space(text[detail::prev(text, i)])) i = detail::prev(text, i);
+        while (i > 0 && space(text[prev_grapheme(text, i)])) i = prev_grapheme(text, i);
+        while (i > 0 && !space(text[prev_grapheme(text, i)])) i = prev_grapheme(text, i);
         return i;
     }
     // Forward to the next white space and over it: the start of the next word.
-    while (i < text.size() && !space(text[i])) i = detail::next(text, i);
-    while (i < text.size() && space(text[i])) i = detail::next(text, i);
+    while (i < text.size() && !space(text[i])) i = next_grapheme(text, i);
+    while (i < text.size() && space(text[i])) i = next_grapheme(text, i);
     return i;
 }
 
@@ -204,7 +190,7 @@ std::string TextField::display(std::string_view s) const { return shown(s); }
 const std::string& TextField::shown(std::string_view s) const {
     if (!masked) return shown_.assign(s);
     shown_.clear();
-    for (std::size_t n = code_points(s); n > 0; --n) shown_ += "\u2022";
+    for (std::size_t n = grapheme_count(s); n > 0; --n) shown_ += "\u2022";
     return shown_;
 }
 
@@ -233,18 +219,80 @@ std::size_t TextField::position(Vec2 point) const {
     }
     const auto end = line_end(text, start);
     const float target = point.x - screen_bounds.x - inset_left() + scroll_x;
+    const auto line = std::string_view(text).substr(start, end - start);
+    if (shaped(line)) return nearest(start, line, target - align(line), 0);
     float width = 0;
-    for (auto i = start; i < end; i = detail::next(text, i)) {
-        const float w = measure(std::string_view(text).substr(i, detail::next(text, i) - i));
+    for (auto i = start; i < end; i = next_grapheme(text, i)) {
+        const float w = measure(std::string_view(text).substr(i, next_grapheme(text, i) - i));
         if (width + w / 2 > target) return i;
         width += w;
     }
     return end;
 }
 
+bool TextField::shaped(std::string_view line) const { return !masked && needs_shaping(line); }
+
+float TextField::align(std::string_view line) const {
+    if (!shaped(line) || !right_to_left(line)) return 0;
+    return std::max(bounds.w - inset_left() - inset_right() - measure(line), 0.0f);
+}
+
+// The edges of the cluster starting at `from`.
+TextEdges TextField::cluster(std::string_view line, std::size_t from) const {
+    const auto to = next_grapheme(line, from);
+    if (scene && scene->canvas())
+        return scene->canvas()->text_edges(std::string(line), from, to, scene->theme.font_size, 400);
+    return {measure(line.substr(0, from)), measure(line.substr(0, to))};
+}
+
+float TextField::line_x(std::string_view line, std::size_t offset) const {
+    if (!shaped(line)) return measure(line.substr(0, offset));
+    if (line.empty()) return 0;
+    // At the end, the far side of the last character, where the next one typed will go.
+    if (offset >= line.size()) return cluster(line, prev_grapheme(line, line.size())).trailing;
+    return cluster(line, offset).leading;
+}
+
+// The caret stop of the line whose x is nearest to `x`: on either side (side 0), or the nearest
+// strictly left of it (side -1) or right of it (side 1); the line's start + offset, or npos.
+std::size_t TextField::nearest(std::size_t start, std::string_view line, float x, int side) const {
+    std::size_t best = std::string::npos;
+    float distance = std::numeric_limits<float>::infinity();
+    for (std::size_t i = 0;; i = next_grapheme(line, i)) {
+        const float stop = line_x(line, i);
+        const bool allowed = side == 0 || (side < 0 ? stop < x - 0.01f : stop > x + 0.01f);
+        if (allowed && std::abs(stop - x) < distance) {
+            distance = std::abs(stop - x);
+            best = start + i;
+        }
+        if (i == line.size()) break;
+    }
+    return best;
+}
+
+// One character left or right on screen: in reading order for plain text; for shaped text to
+// the nearest caret stop on that side, and from the far end of the line on into the next line
+// in reading order.
+std::size_t TextField::step(bool left) const {
+    const auto start = line_start(text, caret), end = line_end(text, caret);
+    const auto line = std::string_view(text).substr(start, end - start);
+    if (!shaped(line)) return left ? prev_grapheme(text, caret) : next_grapheme(text, caret);
+    const auto to = nearest(start, line, line_x(line, caret - start), left ? -1 : 1);
+    if (to != std::string::npos) return to;
+    const bool forward = left == right_to_left(line);
+    if (forward && caret == end) return next_grapheme(text, caret);
+    if (!forward && caret == start) return prev_grapheme(text, caret);
+    return caret;
+}
+
+float TextField::x_at(std::size_t offset) const {
+    const auto start = line_start(text, offset);
+    const auto line = std::string_view(text).substr(start, line_end(text, offset) - start);
+    return align(line) + line_x(line, offset - start);
+}
+
 float TextField::caret_x() const {
-    const auto start = line_start(text, caret);
-    float x = measure(std::string_view(text).substr(start, caret - start));
+    float x = x_at(caret);
     if (!composition_.text.empty())
         x += measure(std::string_view(composition_.text).substr(0, composition_.cursor));
     return x;
@@ -313,8 +361,7 @@ Rect TextField::caret_rect() const {
 }
 
 void TextField::vertical(int rows, bool extend) {
-    const auto start = line_start(text, caret);
-    const float cx = measure(std::string_view(text).substr(start, caret - start));
+    const float cx = x_at(caret);
     const int row = row_of(text, caret);
     const Vec2 point{screen_bounds.x + inset_left() + cx - scroll_x,
                      screen_bounds.y + top_inset + 1 +
@@ -405,8 +452,8 @@ void TextField::key(Event& e) {
         const bool back = code == vk::backspace;
         if (caret == anchor)
             anchor = ctrl   ? word(caret, back ? -1 : 1)
-                     : back ? detail::prev(text, caret)
-                            : detail::next(text, caret);
+                     : back ? prev_grapheme(text, caret)
+                            : next_grapheme(text, caret);
         replace_selection({});
     } else if (code == vk::enter) {
         if (multi_line)
@@ -424,7 +471,7 @@ void TextField::key(Event& e) {
         else if (ctrl)
             move(word(caret, left ? -1 : 1), shift);
         else
-            move(left ? detail::prev(text, caret) : detail::next(text, caret), shift);
+            move(step(left), shift);
     } else if ((code == vk::up || code == vk::down) && multi_line) {
         vertical(code == vk::up ? -1 : 1, shift);
     } else {
@@ -473,25 +520,46 @@ void TextField::paint_text(PaintContext& context) {
         const bool has_caret = caret >= start && caret <= end;
         if (top < area.y + area.h && top + row_height > area.y) {
             const auto line = all.substr(start, end - start);
+            const float x_line = left + align(line);
             // A selection that crosses a line feed leaves at least a sliver on each line it touches.
+            const auto highlight = [&](float from, float width) {
+                canvas.fill({x_line + from, top - 2, std::max(width, 2.0f), row_height}, theme.selection, 2);
+            };
             if (s != e && s <= end && e >= start && !composing) {
                 const auto a = std::max(s, start), b = std::min(e, end);
-                const float x = left + measure(all.substr(start, a - start));
-                canvas.fill({x, top - 2, std::max(measure(all.substr(a, b - a)), 2.0f), row_height},
-                            theme.selection, 2);
+                if (!shaped(line) || a == b) {
+                    highlight(measure(all.substr(start, a - start)), measure(all.substr(a, b - a)));
+                } else {
+                    // One piece per stretch of neighbouring clusters on screen.
+                    float lo = 0, hi = -1;
+                    for (auto i = a - start; i < b - start; i = next_grapheme(line, i)) {
+                        const TextEdges edges = cluster(line, i);
+                        const float l = std::min(edges.leading, edges.trailing);
+                        const float r = std::max(edges.leading, edges.trailing);
+                        if (hi >= lo && l <= hi + 0.5f && r >= lo - 0.5f) {
+                            lo = std::min(lo, l);
+                            hi = std::max(hi, r);
+                            continue;
+                        }
+                        if (hi >= lo) highlight(lo, hi - lo);
+                        lo = l;
+                        hi = r;
+                    }
+                    highlight(lo, hi - lo);
+                }
             }
             const unsigned colour = enabled ? theme.text : theme.muted;
             if (composing && has_caret) {
                 // The preedit sits inline at the caret, underlined, and pushes the rest of the line on.
                 const auto before = all.substr(start, caret - start);
-                const float x0 = left + measure(before);
+                const float x0 = x_line + measure(before);
                 const float wc = measure(composition_.text);
                 std::string shown =
                     display(before) + composition_.text + display(all.substr(caret, end - caret));
-                if (!shown.empty()) canvas.text(shown, {left, top}, size, colour, 400);
+                if (!shown.empty()) canvas.text(shown, {x_line, top}, size, colour, 400);
                 canvas.fill({x0, top + size + 1, wc, 1}, colour, 0);
             } else if (!line.empty()) {
-                canvas.text(shown(line), {left, top}, size, colour, 400);
+                canvas.text(shown(line), {x_line, top}, size, colour, 400);
             }
             if (blink_on && has_caret) canvas.fill({left + caret_x(), top, 1.5f, size + 2}, theme.accent, 0);
         }

@@ -1,14 +1,20 @@
 // TextField: the toolkit's one text editor, single- or multi-line, optionally masked.
 //
 // The value is the widget's `text`, always valid UTF-8; `caret` and `anchor` are byte offsets
-// kept on code-point boundaries. Every user edit goes through `replace_selection`, which
-// records the whole previous state for undo (100 states at most). Derived fields adjust the
-// editor through the four virtual hooks `value`, `accepts`, `inset_left`/`inset_right` and
+// kept on grapheme-cluster boundaries, so that arrows, Backspace, Delete and the masked
+// field's bullets count user-perceived characters (an emoji with its modifiers is one). Every user edit goes
+// through `replace_selection`, which records the whole previous state for undo (100 states at most). Derived
+// fields adjust the editor through the four virtual hooks `value`, `accepts`, `inset_left`/`inset_right` and
 // `submit`.
 //
 //     auto name = std::make_shared<TextField>("张三");
 //     name->placeholder = "姓名";
 //     name->on_submit = [](const std::string& v) { save(v); };
+//
+// Text that needs shaping (right-to-left scripts, marks, emoji) is laid out as the renderer
+// draws it: a line whose first strong character reads right to left is aligned to the right,
+// the caret stands where the next character will appear, the arrows move it visually (Left
+// moves left) and a selection across a change of direction highlights each piece it holds.
 //
 // Input methods: while a composition is under way `compose` shows the preedit text inline at
 // the caret without touching the value or the history; the committed text then arrives as an
@@ -26,12 +32,6 @@
 #include <string_view>
 
 namespace velmora::ui {
-
-namespace detail {
-// Start of the code point before / after `offset` (clamped to the text).
-std::size_t prev(std::string_view text, std::size_t offset);
-std::size_t next(std::string_view text, std::size_t offset);
-} // namespace detail
 
 // An input method's uncommitted text: shown at the caret, never part of the value.
 struct Composition {
@@ -126,6 +126,15 @@ protected:
 private:
     void key(Event& e);
     float caret_x() const;
+    // The caret's x for a byte offset of the line holding it, from the text's left edge.
+    float x_at(std::size_t offset) const;
+    // Lines laid out as shaped text: their carets, alignment and the visual order of caret stops.
+    bool shaped(std::string_view line) const;
+    float align(std::string_view line) const;
+    float line_x(std::string_view line, std::size_t offset) const;
+    TextEdges cluster(std::string_view line, std::size_t from) const;
+    std::size_t nearest(std::size_t start, std::string_view line, float x, int side) const;
+    std::size_t step(bool left) const;
     float line_top(int row) const;
 
     // display()'s form of `s` in a buffer kept from frame to frame, so that painting and
