@@ -14,16 +14,20 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+# The library cache is refreshed by dpkg's trigger.
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/debian/triggers)
 # OpenGL and EGL are opened at run time, where dpkg-shlibdeps cannot see them.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libgl1, libegl1")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "fonts-dejavu-core")
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "native C++ user-interface toolkit with a liquid-glass material
- VelmoraUI draws every control through OpenGL 3.3, with real-time refracting and blurring
- glass surfaces. This package holds the shared library.")
+# Each package's synopsis is the project's description; these follow it.
+set(about "VelmoraUI is a C++20 desktop toolkit that draws every control through
+OpenGL 3.3, with real-time refracting and blurring glass surfaces.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}\n\nThis package holds the shared library.")
 
 # Headers, the CMake package, velmora.pc and the link to the shared library: one -dev package.
 set(CPACK_COMPONENT_DEVELOPMENT_GROUP dev)
@@ -32,24 +36,20 @@ set(CPACK_DEBIAN_DEV_PACKAGE_NAME libvelmoraui-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
     "${runtime_package} (= ${PROJECT_VERSION}), libsdl2-dev, libfreetype-dev, libfontconfig-dev, libpng-dev")
-set(CPACK_COMPONENT_GROUP_DEV_DESCRIPTION "native C++ user-interface toolkit (development files)
- VelmoraUI draws every control through OpenGL 3.3, with real-time refracting and blurring
- glass surfaces. This package holds the headers, the CMake package and the pkg-config file.")
+set(CPACK_DEBIAN_DEV_DESCRIPTION
+    "${about}\n\nThis package holds the headers, the CMake package and the pkg-config file.")
 
 set(CPACK_DEBIAN_GALLERY_PACKAGE_NAME velmora-gallery)
 set(CPACK_DEBIAN_GALLERY_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_GALLERY_PACKAGE_DEPENDS "libgl1, libegl1, fonts-dejavu-core")
 set(CPACK_DEBIAN_GALLERY_PACKAGE_RECOMMENDS "fonts-wqy-microhei")
-set(CPACK_COMPONENT_GALLERY_DESCRIPTION "demonstration of the VelmoraUI toolkit's 68 controls
- velmora-gallery shows every control of the VelmoraUI toolkit on ten pages of glass cards,
- and edits the glass material live.")
+set(CPACK_DEBIAN_GALLERY_DESCRIPTION "${about}\n\nvelmora-gallery shows every control of the toolkit on ten pages of glass
+cards, and edits the glass material live.")
 
-# Every package carries the copyright file and a changelog.
-set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian.gz)
-file(READ cmake/debian/changelog text)
-string(CONFIGURE "${text}" text @ONLY)
-file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian "${text}")
-execute_process(COMMAND gzip -9nf ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)
+# Every package carries the copyright file and a changelog (a native package's: changelog.gz).
+set(changelog ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog.gz)
+configure_file(cmake/debian/changelog ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog @ONLY)
+execute_process(COMMAND gzip -9nf ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog)
 foreach(package ${runtime_package}:Runtime libvelmoraui-dev:Development velmora-gallery:Gallery)
     string(REPLACE ":" ";" package ${package})
     list(GET package 0 name)
