@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <utility>
+#include <vector>
 
 namespace velmora::test {
 namespace {
@@ -134,6 +135,38 @@ TEST_F(PixelTest, GlassSeesTheSceneAsOfTheLatestBackdropAndBlurAveragesIt) {
         },
         analytic(), 8);
     expect_at(image, {128, 128, 128, 255}, {{64, 64}}, 12);
+}
+
+// A widget scrolled far away leaves surfaces beyond any pixel index; a kind between whole
+// numbers reads as its truncation everywhere, blur included.
+TEST_F(PixelTest, FarSurfacesAndFractionalKindsDrawAsTheirPlainForms) {
+    Image image = frame([&] {
+        canvas.fill({0, 0, size, size}, opaque_white, 0);
+        canvas.glass({-1e24f, 16, 1e20f, 32}, clear_glass(), 12);
+        canvas.fill({16, 3e24f, 32, 32}, opaque_red, 12);
+    });
+    expect_at(image, white, {{0, 0}, {20, 20}, {127, 127}}, 0);
+
+    ui::Theme frosted = clear_glass();
+    frosted.blur = 1;
+    auto scene = [&](unsigned color) {
+        restart();
+        canvas.fill({0, 0, size, size}, color, 0);
+        canvas.backdrop();
+        canvas.glass({16, 16, 96, 96}, frosted, 18);
+    };
+    scene(opaque_white);
+    std::vector<float> commands(canvas.commands().front().slot, canvas.commands().back().slot + 64);
+    for (std::size_t i = 0; i < commands.size(); i += 64)
+        if (commands[i] == 0) commands[i] = 0.5f;
+    scene(opaque_red); // leaves red in the blurred copy
+    submit(8);
+    vg_submit(commands.data(), commands.size(), static_cast<int>(commands.size() / 64), 0, vg_back_buffer,
+              size, size, canvas.width(), canvas.height(), 8, -1, -1);
+    const Image fractional = read();
+    scene(opaque_white);
+    submit(8);
+    EXPECT_TRUE(fractional.bytes == read().bytes) << "a kind of 0.5 drew other pixels than glass";
 }
 
 } // namespace

@@ -106,8 +106,10 @@ struct Gallery {
         frames(2);
     }
 
-    // One frame as a program's loop runs it, with the window's units as the logical ones.
+    // One frame as App's loop runs it (whose wait takes the events in from the system before
+    // the poll), with the window's units as the logical ones.
     void frame() {
+        window.wait(0);
         ASSERT_TRUE(window.poll());
         renderer.background(width, height, 0, scene.theme, false);
         renderer.begin(canvas, width, height, width, height, scene.theme);
@@ -238,6 +240,13 @@ TEST_F(RealInput, TypingAtFullSpeedAndEveryChordWithinOneFrame) {
     EXPECT_EQ(g->field->value(), "Hello, world 123");
     g->act("key ctrl+a");
     EXPECT_EQ(g->field->selected_text(), "Hello, world 123");
+
+    // Shift held from an earlier frame, then a click and Shift let go in one: the click keeps
+    // its Shift and extends from the caret.
+    g->focus_field("Hello");
+    g->act("mousemove --sync --window " + g->xid + " 341 338 keydown shift");
+    g->act("click 1 keyup shift");
+    EXPECT_EQ(g->field->selected_text(), "Hello");
 
     g->act("key shift+Tab");
     EXPECT_EQ(g->scene.focus().get(), g->area.get());

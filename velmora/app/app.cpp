@@ -45,7 +45,13 @@ struct App::Client {
 App::App(AppOptions options)
     : options_(std::move(options)), window_(window_options(options_)), renderer_(), canvas_() {}
 
-App::~App() = default;
+App::~App() {
+    // The renderer releases its GL objects in this window's context, whatever another window made current.
+    try {
+        window_.make_current();
+    } catch (const std::exception&) {
+    }
+}
 
 Vec2 App::logical() const {
     if (options_.logical.x > 0 && options_.logical.y > 0) return options_.logical;
@@ -57,6 +63,7 @@ void App::draw(const Client& client, Input input, double t) {
     const int w = window_.width(), h = window_.height();
     const Vec2 size = logical();
     const Theme& theme = client.theme();
+    window_.make_current(); // another Window may have taken the thread's context
     // The background is drawn first, straight into the back buffer: it is what the glass refracts.
     renderer_.background(w, h, options_.animate_background ? static_cast<float>(t) : 0.0f, theme,
                          options_.grid);
@@ -93,7 +100,9 @@ void App::loop(const Client& client) {
         window_.swap();
         if (frame == options_.frames) return;
         last = t;
-        due = options_.animate_background || woken || frame == 1 ? -never : client.due();
+        // A counted run draws its frames back to back: waiting on a still scene would never end.
+        const bool at_once = options_.animate_background || options_.frames > 0 || woken || frame == 1;
+        due = at_once ? -never : client.due();
     }
 }
 
@@ -130,8 +139,17 @@ App::Client App::client(const std::function<void(Canvas&, double)>& paint) {
 }
 
 void App::run(Scene& scene) {
-    if (!scene.clipboard())
+    // The window's writer is lent for the run only: the scene may outlive this App.
+    struct Lent {
+        Scene* scene = nullptr;
+        ~Lent() {
+            if (scene) scene->clipboard(nullptr);
+        }
+    } lent;
+    if (!scene.clipboard()) {
         scene.clipboard([this](const std::string& text) { window_.clipboard_text(text); });
+        lent.scene = &scene;
+    }
     loop(client(scene));
 }
 

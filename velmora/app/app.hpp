@@ -41,7 +41,7 @@ struct AppOptions {
     Theme theme{};       // the immediate layer's and a drawing's; a Scene draws with its own
     bool grid = false;   // the background's faint grid
     bool animate_background = false; // redraw all the time so the background keeps moving
-    int frames = 0;                  // stop after this many frames; 0: when the window closes
+    int frames = 0; // stop after this many frames, drawn back to back; 0: when the window closes
 };
 
 // One frame of a headless run: its time on the frame clock and what the user did, the pointer
@@ -68,7 +68,7 @@ public:
     void theme(const Theme& theme) { options_.theme = theme; }
 
     // Draws the scene until the window closes. A scene without a clipboard writer gets the
-    // window's.
+    // window's for the run.
     void run(Scene& scene);
     // Calls `build` between Ui::begin and Ui::end for each frame, until the window closes.
     void run(const std::function<void(Ui&)>& build);

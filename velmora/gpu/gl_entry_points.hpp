@@ -46,6 +46,7 @@ using GLint64 = long long;
     X(void, glDisable, (GLenum))                                                                             \
     X(void, glDrawArrays, (GLenum, GLint, GLsizei))                                                          \
     X(void, glDrawBuffer, (GLenum))                                                                          \
+    X(void, glDrawBuffers, (GLsizei, const GLenum*))                                                         \
     X(void, glEnable, (GLenum))                                                                              \
     X(void, glFramebufferTexture2D, (GLenum, GLenum, GLenum, GLuint, GLint))                                 \
     X(void, glGenFramebuffers, (GLsizei, GLuint*))                                                           \

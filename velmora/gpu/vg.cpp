@@ -131,7 +131,6 @@ VG_REQUIRED_ENTRY_POINTS(VG_DECLARE_ENTRY)
 
 using BlendFuncIndexed = void(VG_APIENTRY*)(GLuint, GLenum, GLenum, GLenum, GLenum);
 using BlendEquationIndexed = void(VG_APIENTRY*)(GLuint, GLenum, GLenum);
-using DrawBuffers = void(VG_APIENTRY*)(GLsizei, const GLenum*);
 
 // ---- backend state ------------------------------------------------------------------------
 
@@ -161,6 +160,20 @@ struct Material {
 // Stamps of what the material uniforms hold, counted across frames so that a stamp never
 // matches a previous frame's.
 unsigned clip_serial = 0, frame_serial = 0;
+
+// Floats become pixel or texel indices only through these: clamped before the conversion,
+// which is undefined for a value beyond int (a widget scrolled far away makes one). A NaN
+// goes to the low end.
+int pixel(float v) {
+    constexpr float limit = 1 << 30;
+    return static_cast<int>(v > -limit ? (v < limit ? v : limit) : -limit);
+}
+int pixel_floor(float v) { return pixel(std::floor(v)); }
+int pixel_ceil(float v) { return pixel(std::ceil(v)); }
+
+// A command's kind as every stage reads it, truncated: a kind in (-1, 1) is glass everywhere.
+// Only for commands that commands_valid has let through.
+int kind_of(const float* c) { return static_cast<int>(c[0]); }
 
 // A rectangle of texels or pixels, [x0, x1) x [y0, y1), y up as GL counts.
 struct Area {
@@ -685,9 +698,9 @@ void collect_blur_areas(const Frame& f, const float* commands, int count, int gx
     const float kx = static_cast<float>(blur_w) / f.fw, ky = static_cast<float>(blur_h) / f.fh;
     for (int i = 0; i < count; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
-        if (c[0] == 9.0f) break;
+        if (kind_of(c) == 9) break;
         float left, top, right, bottom;
-        if (c[0] != 0.0f || !f.clip(c, left, top, right, bottom) || c[22] <= 0) continue;
+        if (kind_of(c) != 0 || !f.clip(c, left, top, right, bottom) || c[22] <= 0) continue;
         // The quad overreaches the surface by 2 units; an odd size reads from anywhere.
         if (c[3] >= 0 && c[4] >= 0) {
             left = std::max(left, (c[1] - 2) * f.sx);
@@ -706,10 +719,8 @@ void collect_blur_areas(const Frame& f, const float* commands, int count, int gx
             bottom = f.fh;
         }
         // One texel more on each side for the bilinear footprint.
-        const Area a{static_cast<int>(std::floor(left * kx)) - 1,
-                     static_cast<int>(std::floor((f.fh - bottom) * ky)) - 1,
-                     static_cast<int>(std::ceil(right * kx)) + 1,
-                     static_cast<int>(std::ceil((f.fh - top) * ky)) + 1};
+        const Area a{pixel_floor(left * kx) - 1, pixel_floor((f.fh - bottom) * ky) - 1,
+                     pixel_ceil(right * kx) + 1, pixel_ceil((f.fh - top) * ky) + 1};
         const Area inside = a.grown(0, 0, blur_w, blur_h);
         if (inside.x1 > inside.x0 && inside.y1 > inside.y0) out.add(inside, gx, gy);
     }
@@ -717,9 +728,7 @@ void collect_blur_areas(const Frame& f, const float* commands, int count, int gx
 
 // The reach of one blur pass in texels: its last tap, and one more should the shader round
 // 3 sigma up past it.
-int kernel_reach(float texel_sigma) {
-    return static_cast<int>(std::min(std::ceil(3.0f * texel_sigma), 64.0f)) + 1;
-}
+int kernel_reach(float texel_sigma) { return std::min(pixel_ceil(3.0f * texel_sigma), 64) + 1; }
 
 void blur_pass(GLuint target, GLuint source, float step_x, float step_y, float texel_sigma, const Area* areas,
                int count, int gx, int gy) {
@@ -1036,7 +1045,7 @@ bool split_clips(const ClipStack& clips, const Area& area, int base, const Frame
     int xs[ClipPieces::most_cuts], ys[ClipPieces::most_cuts], nx = 0, ny = 0;
     auto cut = [](int* at, int& count, int lo, int hi, float v, bool up) {
         if (!(v > static_cast<float>(lo) && v < static_cast<float>(hi))) return;
-        at[count++] = static_cast<int>(up ? std::ceil(v) : std::floor(v));
+        at[count++] = up ? pixel_ceil(v) : pixel_floor(v);
     };
     xs[nx++] = area.x0;
     xs[nx++] = area.x1;
@@ -1109,7 +1118,7 @@ bool split_clips(const ClipStack& clips, const Area& area, int base, const Frame
 // The logical box (x0, y0, x1, y1) that holds the quad the vertex stage makes for command `c`,
 // padded as it pads it.
 void quad_bounds(const float* c, float* r) {
-    const int kind = static_cast<int>(c[0]);
+    const int kind = kind_of(c);
     const float pad = kind == 2 || kind == 5 ? 0.0f : kind == 4 ? std::max(2.0f, c[10] * .5f + 2) : 2.0f;
     r[0] = std::min(c[1], c[1] + c[3]) - pad;
     r[1] = std::min(c[2], c[2] + c[4]) - pad;
@@ -1175,17 +1184,19 @@ bool split_surface(const float* c, float sx, float sy, int height, const Area& c
     for (int i : {1, 2, 3, 4, 28, 29, 30, 31})
         if (!std::isfinite(c[i])) return false;
     if (c[3] < 0 || c[4] < 0) return false;
-    auto lo = [](float v) { return static_cast<int>(std::floor(v)); };
-    auto hi = [](float v) { return static_cast<int>(std::ceil(v)); };
     // The quad as the vertex stage makes it, 2 units of pad, cut to the clip.
-    const int qx0 = std::max(lo((c[1] - 2) * sx), clip.x0),
-              qx1 = std::min(hi((c[1] + c[3] + 2) * sx), clip.x1);
-    const int qy0 = std::max(lo((c[2] - 2) * sy), height - clip.y1),
-              qy1 = std::min(hi((c[2] + c[4] + 2) * sy), height - clip.y0);
+    const int qx0 = std::max(pixel_floor((c[1] - 2) * sx), clip.x0),
+              qx1 = std::min(pixel_ceil((c[1] + c[3] + 2) * sx), clip.x1);
+    const int qy0 = std::max(pixel_floor((c[2] - 2) * sy), height - clip.y1),
+              qy1 = std::min(pixel_ceil((c[2] + c[4] + 2) * sy), height - clip.y0);
     if (qx1 <= qx0 || qy1 <= qy0) return false;
     const float limit = std::min(c[3], c[4]) * .5f, x0 = c[1], y0 = c[2], x1 = c[1] + c[3], y1 = c[2] + c[4];
-    auto x = [&](float v, bool up) { return std::clamp(up ? hi(v * sx) : lo(v * sx), qx0, qx1); };
-    auto y = [&](float v, bool up) { return std::clamp(up ? hi(v * sy) : lo(v * sy), qy0, qy1); };
+    auto x = [&](float v, bool up) {
+        return std::clamp(up ? pixel_ceil(v * sx) : pixel_floor(v * sx), qx0, qx1);
+    };
+    auto y = [&](float v, bool up) {
+        return std::clamp(up ? pixel_ceil(v * sy) : pixel_floor(v * sy), qy0, qy1);
+    };
     // How far in from the sides the square of corner i (0 top left, clockwise) reaches, in units.
     float reach[4];
     for (int i = 0; i < 4; ++i) {
@@ -1341,7 +1352,7 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
 
     for (int i = 0; i < count; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
-        const int kind = static_cast<int>(c[0]);
+        const int kind = kind_of(c);
         if (kind == 9) {
             open = false;
             continue;
@@ -1358,8 +1369,8 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
         std::memcpy(data, c, command_floats * sizeof(float));
         data[22] = sigma > .01f ? c[22] : 0.0f; // the blur weight, none without a blurred scene
         // Truncating the low edges and rounding up the high ones keeps every touched pixel.
-        const Area box{static_cast<int>(left), static_cast<int>(frame.fh - bottom),
-                       static_cast<int>(right + .999f), static_cast<int>((frame.fh - top) + .999f)};
+        const Area box{pixel(left), pixel(frame.fh - bottom), pixel(right + .999f),
+                       pixel((frame.fh - top) + .999f)};
         GLuint texture = 0;
         if (kind == 2) std::memcpy(&texture, c + 17, sizeof texture);
         const int stage = kind == 0 ? 0 : kind == 2 ? 2 : 1;
@@ -1381,10 +1392,10 @@ bool plan(const Frame& frame, const float* commands, int count, float sigma) {
             const float extent[4] = {quad[0] * frame.sx, frame.fh - quad[3] * frame.sy, quad[2] * frame.sx,
                                      frame.fh - quad[1] * frame.sy};
             // The quad's pixels within the box; a NaN edge leaves the box's.
-            const Area reach{static_cast<int>(std::floor(std::max(static_cast<float>(box.x0), extent[0]))),
-                             static_cast<int>(std::floor(std::max(static_cast<float>(box.y0), extent[1]))),
-                             static_cast<int>(std::ceil(std::min(static_cast<float>(box.x1), extent[2]))),
-                             static_cast<int>(std::ceil(std::min(static_cast<float>(box.y1), extent[3])))};
+            const Area reach{pixel_floor(std::max(static_cast<float>(box.x0), extent[0])),
+                             pixel_floor(std::max(static_cast<float>(box.y0), extent[1])),
+                             pixel_ceil(std::min(static_cast<float>(box.x1), extent[2])),
+                             pixel_ceil(std::min(static_cast<float>(box.y1), extent[3]))};
             // Uncut, the draw may join a run whatever the pieces' boxes.
             int variant = clip_variant | common | corner;
             if (clip_variant != 0 && split_clips(clips, reach, common | corner, frame, clip_margin, cut)) {
@@ -1563,7 +1574,7 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
     std::size_t next = 0;
     for (int i = 0; i < command_count && next < runs.size; ++i) {
         const float* c = commands + static_cast<std::size_t>(i) * 64;
-        const int kind = static_cast<int>(c[0]);
+        const int kind = kind_of(c);
         if (kind == 9) {
             blurred = snapshot(framebuffer, buffer, frame, c + 64, command_count - i - 1, sigma);
             current = 0;
@@ -1581,8 +1592,8 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
     glBindFramebuffer_(GL_DRAW_FRAMEBUFFER, framebuffer);
     if (framebuffer == 0) {
         glDrawBuffer_(draw_buffers[0]);
-    } else if (auto set_draw_buffers = proc_as<DrawBuffers>("glDrawBuffers")) {
-        set_draw_buffers(draw_buffer_count, draw_buffers);
+    } else {
+        glDrawBuffers_(draw_buffer_count, draw_buffers);
     }
     restore_state(host);
 }

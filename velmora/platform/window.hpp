@@ -39,12 +39,16 @@ public:
     // Takes every pending event. False once the window should close; it stays false.
     bool poll();
     // Sleeps until an event is pending or `seconds` have passed, and takes nothing: the next
-    // poll does. True when an event is pending; 0 only looks. Infinity waits for an event
-    // alone. Throws std::invalid_argument "Wait time" for a negative time or NaN.
+    // poll does. True when an event is pending, and at once once the window was closed; 0
+    // only looks. Infinity waits for an event alone. Throws std::invalid_argument "Wait time"
+    // for a negative time or NaN, and std::runtime_error when the system cannot wait.
     bool wait(double seconds);
     void swap();
     // The next poll returns false.
     void close();
+    // Makes this window's context current on its thread again, after another window's took
+    // its place.
+    void make_current();
 
     // Client size in pixels, asked anew each time.
     int width() const;

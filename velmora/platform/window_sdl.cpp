@@ -15,13 +15,15 @@
 
 #include <SDL.h>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -30,7 +32,6 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -134,27 +135,55 @@ bool headless_driver() {
     return driver && (std::string_view(driver) == "offscreen" || std::string_view(driver) == "dummy");
 }
 
-// Whether `start` returns in a child process, within five seconds. The child only runs `start`
-// and leaves through _exit, touching nothing of ours, with a status of its own: a crash
-// handler (a sanitizer's, say) may turn the crash into an ordinary exit. It leaves no core file.
+// How long the child may take: sanitized builds start video many times slower.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int child_limit_ms = 30000;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+constexpr int child_limit_ms = 30000;
+#else
+constexpr int child_limit_ms = 5000;
+#endif
+#else
+constexpr int child_limit_ms = 5000;
+#endif
+
+// Whether `start` returns in a child process within the limit. The child says so through a
+// pipe rather than its exit status, which a host that reaps its own children (SIGCHLD ignored
+// or handled) takes away. It leaves through _exit, touching nothing of ours, dies of a crash
+// with the system's default action whatever handlers the host installed (a sanitizer's would
+// turn it into an ordinary exit), and leaves no core file.
 bool survives_in_child(bool (*start)()) {
-    constexpr int started = 71, refused = 72;
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0) return true; // no way to tell: let the real start decide
     const pid_t child = fork();
-    if (child < 0) return true; // no way to tell: let the real start decide
+    if (child < 0) {
+        close(fds[0]);
+        close(fds[1]);
+        return true;
+    }
     if (child == 0) {
+        for (int crash : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT}) signal(crash, SIG_DFL);
         const rlimit no_core{0, 0};
         setrlimit(RLIMIT_CORE, &no_core);
-        _exit(start() ? started : refused);
+        start();
+        const char returned = 1;
+        _exit(write(fds[1], &returned, 1) == 1 ? 0 : 1);
     }
-    int status = 0;
-    for (int i = 0; i < 100; ++i) {
-        if (waitpid(child, &status, WNOHANG) == child)
-            return WIFEXITED(status) && (WEXITSTATUS(status) == started || WEXITSTATUS(status) == refused);
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    close(fds[1]);
+    pollfd readable{fds[0], POLLIN, 0};
+    int ready;
+    do ready = poll(&readable, 1, child_limit_ms);
+    while (ready < 0 && errno == EINTR);
+    char byte = 0;
+    const bool returned = ready > 0 && read(fds[0], &byte, 1) == 1;
+    // A child that has not answered is still running, so nobody can have reaped it yet.
+    if (ready == 0) kill(child, SIGKILL);
+    close(fds[0]);
+    // ECHILD when the host reaps its own children.
+    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return false;
+    return returned;
 }
 
 // SDL 2.26's Wayland driver can crash inside its own start-up (under Weston's headless
@@ -248,7 +277,7 @@ struct Window::Impl : WindowState {
     SDL_GLContext previous_context = nullptr;
     bool video = false;
     Uint32 id = 0;
-    Uint16 mods = 0; // modifier state as of the last key event, or the start of the poll
+    Uint16 mods = 0; // modifier state as of the last key event taken
     std::vector<SDL_Event> deferred;
 
     ~Impl();
@@ -268,6 +297,7 @@ void Window::Impl::create(const WindowOptions& options) {
     register_class();
     start_video(options.visible);
     video = true;
+    mods = static_cast<Uint16>(SDL_GetModState());
 
     previous_window = SDL_GL_GetCurrentWindow();
     previous_context = SDL_GL_GetCurrentContext();
@@ -515,7 +545,9 @@ bool Window::poll() {
     impl_->check();
     Impl& w = *impl_;
     w.begin();
-    w.modifiers(static_cast<Uint16>(SDL_GetModState()), false);
+    // As of the last key event taken, not SDL_GetModState(): a wait may already have pumped a
+    // release that comes after a click still in the queue.
+    w.modifiers(w.mods, false);
 
     std::vector<SDL_Event> events;
     {
@@ -540,11 +572,16 @@ bool Window::poll() {
 bool Window::wait(double seconds) {
     impl_->check();
     if (!(seconds >= 0)) throw std::invalid_argument("Wait time");
+    if (!impl_->open) return true;
     {
         std::lock_guard lock(routing().mutex);
         if (!impl_->deferred.empty()) return true;
     }
-    if (std::isinf(seconds)) return SDL_WaitEvent(nullptr) == 1;
+    if (std::isinf(seconds)) {
+        // 0 here is a failure, which would otherwise return at once forever.
+        if (SDL_WaitEvent(nullptr) != 1) platform_error("Wait for events");
+        return true;
+    }
     // Rounded up, so that the wait never ends before the time asked for.
     const int ms = seconds < 1e6 ? static_cast<int>(std::ceil(seconds * 1000)) : 1000000000;
     return SDL_WaitEventTimeout(nullptr, ms) == 1;
@@ -558,6 +595,11 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+void Window::make_current() {
+    impl_->check();
+    if (SDL_GL_MakeCurrent(impl_->window, impl_->context) != 0) platform_error("Make GL context current");
 }
 
 int Window::width() const {

@@ -521,11 +521,14 @@ bool Window::poll() {
 bool Window::wait(double seconds) {
     impl_->check();
     if (!(seconds >= 0)) throw std::invalid_argument("Wait time");
+    if (!impl_->open) return true;
     // Rounded up, so that the wait never ends before the time asked for.
     const DWORD ms =
         std::isinf(seconds) ? INFINITE : static_cast<DWORD>(std::min(std::ceil(seconds * 1000), 1e9));
     // Messages already in the queue count too, not only those that arrive during the wait.
-    return MsgWaitForMultipleObjectsEx(0, nullptr, ms, QS_ALLINPUT, MWMO_INPUTAVAILABLE) == WAIT_OBJECT_0;
+    const DWORD woken = MsgWaitForMultipleObjectsEx(0, nullptr, ms, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+    if (woken == WAIT_FAILED) platform_error("Wait for messages");
+    return woken == WAIT_OBJECT_0;
 }
 
 void Window::swap() {
@@ -541,6 +544,12 @@ void Window::swap() {
 void Window::close() {
     impl_->check();
     impl_->open = false;
+}
+
+void Window::make_current() {
+    impl_->check();
+    if (wglGetCurrentContext() == impl_->context && wglGetCurrentDC() == impl_->surface()) return;
+    if (!wglMakeCurrent(impl_->surface(), impl_->context)) platform_error("Make GL context current");
 }
 
 SIZE Window::Impl::client_size() const {
