@@ -30,12 +30,15 @@ struct FrameProbe : Widget {
     void paint(PaintContext& context) override { seen(context.time); }
 };
 
+// An event; a key comes with Ctrl held.
 void push(Uint32 type, SDL_Keycode key = 0) {
     SDL_Event e{};
     e.type = type;
     if (type == SDL_MOUSEMOTION) e.motion.x = e.motion.y = 20;
-    e.key.keysym.sym = key;
-    e.key.keysym.mod = key ? KMOD_LCTRL : KMOD_NONE;
+    if (type == SDL_KEYDOWN) {
+        e.key.keysym.sym = key;
+        e.key.keysym.mod = KMOD_LCTRL;
+    }
     SDL_PushEvent(&e);
 }
 

@@ -91,6 +91,13 @@ float kind(velmora::fuzz::Input& in) {
 
 } // namespace
 
+// Under libFuzzer the device opens before the first input, so that compiling the shaders on a
+// busy machine never counts against the per-input timeout.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    open_device();
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     require(open_device());
     velmora::fuzz::Input in(data, size);
