@@ -15,9 +15,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# winpthread too, so that no MinGW runtime DLL has to travel with the programs.
+# winpthread too, so that no MinGW runtime DLL has to travel with the programs or the DLL.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static-libgcc -static-libstdc++")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 
 # Tests run under Wine; CTest and gtest_discover_tests go through it.
 find_program(WINE_PROGRAM NAMES wine wine64)

@@ -18,6 +18,7 @@
 #pragma once
 
 #include "velmora/core/canvas.hpp"
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/platform/input.hpp"
@@ -53,7 +54,7 @@ struct ScriptedFrame {
     Input input;
 };
 
-class App {
+class VELMORA_API App {
 public:
     // Throws std::invalid_argument "App options" for a logical size outside 0 to 16384 or a
     // negative frame count, and what Window and Renderer throw.

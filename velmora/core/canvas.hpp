@@ -21,6 +21,7 @@
 //   46 colour glyph (texels drawn in their own colour) | 47-63 reserved, zero
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 
@@ -42,7 +43,7 @@ enum CommandKind : int {
     kind_pop_clip = 11,
 };
 
-struct Command {
+struct VELMORA_API Command {
     float slot[64] = {};
 
     // Slot 17 carries a texture name as raw bits, not as a float value.
@@ -62,7 +63,7 @@ struct TextEdges {
 
 // What a canvas needs to draw and measure text. The Renderer that begins a frame binds
 // itself here; without one, text records nothing and measures by a fixed estimate.
-class TextEngine {
+class VELMORA_API TextEngine {
 public:
     virtual ~TextEngine() = default;
     virtual void draw_text(Canvas& canvas, const std::string& text, Vec2 position, float size, unsigned color,
@@ -74,7 +75,7 @@ public:
                             int weight) const;
 };
 
-class Canvas {
+class VELMORA_API Canvas {
 public:
     static constexpr std::size_t command_limit = 65536;
     static constexpr std::size_t clip_limit = 32;

@@ -4,6 +4,8 @@
 // Colours travel as plain `unsigned` laid out 0xAARRGGBB with straight alpha.
 #pragma once
 
+#include "velmora/core/export.hpp"
+
 #include <cmath>
 
 namespace velmora::ui {
@@ -13,7 +15,7 @@ struct Vec2 {
     float y = 0;
 };
 
-struct Rect {
+struct VELMORA_API Rect {
     float x = 0;
     float y = 0;
     float w = 0;
@@ -27,7 +29,7 @@ struct Rect {
 
 // Channel-wise interpolation of two packed colours, alpha included, no premultiplying.
 // Throws std::invalid_argument "Color interpolation" unless 0 <= t <= 1.
-unsigned mix(unsigned a, unsigned b, float t);
+VELMORA_API unsigned mix(unsigned a, unsigned b, float t);
 
 // True for a finite value inside the closed range [lo, hi].
 inline bool in_range(float v, float lo, float hi) { return std::isfinite(v) && v >= lo && v <= hi; }

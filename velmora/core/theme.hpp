@@ -4,11 +4,13 @@
 // path; nothing in it is derived or cached.
 #pragma once
 
+#include "velmora/core/export.hpp"
+
 #include <string>
 
 namespace velmora::ui {
 
-struct Theme {
+struct VELMORA_API Theme {
     unsigned text = 0xFFF0F0F0;
     unsigned muted = 0xFFBCBCBC;
     unsigned accent = 0xFFE6E6E6;

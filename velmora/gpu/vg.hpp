@@ -35,6 +35,8 @@
 // vg_submit saves).
 #pragma once
 
+#include "velmora/core/export.hpp"
+
 #include <cstddef>
 
 // GL_BACK, for the `buffer` argument of vg_submit, so callers need no GL header.
@@ -43,7 +45,7 @@ inline constexpr unsigned vg_back_buffer = 0x0405u;
 // The seven GLSL texts, in this order: full-screen vertex, background, blur, rect vertex,
 // glass, shape, glyph. Each begins with "#version 330 core".
 inline constexpr int vg_shader_count = 7;
-extern const char* const velmora_shaders[vg_shader_count];
+extern VELMORA_API const char* const velmora_shaders[vg_shader_count];
 
 // ---- device ------------------------------------------------------------------------------
 
@@ -53,21 +55,21 @@ extern const char* const velmora_shaders[vg_shader_count];
 // velmora_shaders. Returns 1, or 0 with the reason in vg_error; a second vg_open while open
 // fails and leaves the open device untouched. A failure leaves nothing loaded or created.
 // Needs: a current context. GL state: the saved state is restored.
-int vg_open(const char* const* shaders);
+VELMORA_API int vg_open(const char* const* shaders);
 
 // Deletes every object the backend made and unloads the library. Safe when nothing is open.
 // Needs: the context that was current at vg_open. GL state: none changed besides deletions.
-void vg_close();
+VELMORA_API void vg_close();
 
 // GL_RENDERER of the driver, or "not initialized" when no device is open.
-const char* vg_device();
+VELMORA_API const char* vg_device();
 
 // The last error text; empty means none.
-const char* vg_error();
-void vg_clear_error();
+VELMORA_API const char* vg_error();
+VELMORA_API void vg_clear_error();
 
 // glGetError when open, else 0.
-unsigned vg_gl_error();
+VELMORA_API unsigned vg_gl_error();
 
 // ---- frame submission --------------------------------------------------------------------
 
@@ -85,9 +87,9 @@ unsigned vg_gl_error();
 // uniform buffer bindings (the generic one and binding point 0, with its range), are restored.
 // The colour contents of the target are the only lasting change. The backend's own textures and
 // framebuffers are (re)allocated when the size changes.
-void vg_submit(const float* commands, std::size_t float_count, int command_count, unsigned framebuffer,
-               unsigned buffer, int width, int height, float logical_width, float logical_height, float sigma,
-               float pointer_x, float pointer_y);
+VELMORA_API void vg_submit(const float* commands, std::size_t float_count, int command_count,
+                           unsigned framebuffer, unsigned buffer, int width, int height, float logical_width,
+                           float logical_height, float sigma, float pointer_x, float pointer_y);
 
 // ---- textures, background, read-back -----------------------------------------------------
 
@@ -97,29 +99,31 @@ void vg_submit(const float* commands, std::size_t float_count, int command_count
 // Returns silently, without an error, when no device is open.
 // Needs: a current context. GL state: the saved state is restored; draw buffer of the default
 // framebuffer is left at GL_BACK.
-void vg_background(int width, int height, float time, int grid, int palette, unsigned color, unsigned accent);
+VELMORA_API void vg_background(int width, int height, float time, int grid, int palette, unsigned color,
+                               unsigned accent);
 
 // Creates an RGBA8 texture, linear filtering, clamped to edge, contents undefined.
 // Returns its name, or 0 with "Invalid texture creation" (size below 1, or no device open).
 // GL state: active unit, unit 0's 2D binding and the pixel unpack buffer are restored.
-unsigned vg_texture(int width, int height);
+VELMORA_API unsigned vg_texture(int width, int height);
 
 // Replaces a sub-rectangle of `texture` with tightly packed RGBA rows, first row at `y`.
 // `size` is the byte length of `pixels` and must hold width * height * 4.
 // Fails with "Invalid texture upload buffer". Needs a current context (the open device is
 // not checked). GL state: active unit, unit 0's 2D binding, the pixel unpack buffer and
 // GL_UNPACK_ALIGNMENT / ROW_LENGTH / SKIP_PIXELS / SKIP_ROWS are restored.
-void vg_upload(unsigned texture, int x, int y, int width, int height, const void* pixels, std::size_t size);
+VELMORA_API void vg_upload(unsigned texture, int x, int y, int width, int height, const void* pixels,
+                           std::size_t size);
 
 // glDeleteTextures for one name, unchecked. Needs an open device.
-void vg_delete_texture(unsigned texture);
+VELMORA_API void vg_delete_texture(unsigned texture);
 
 // Reads `width` x `height` RGBA pixels from the back buffer of the default framebuffer into
 // client memory, rows bottom first as OpenGL delivers them. `size` must hold width * height * 4.
 // Fails with "Screenshot buffer is too small". GL state: the read framebuffer, its read
 // buffer, the pixel pack buffer and GL_PACK_ALIGNMENT / ROW_LENGTH / SKIP_PIXELS / SKIP_ROWS
 // are restored.
-void vg_read_pixels(int width, int height, void* pixels, std::size_t size);
+VELMORA_API void vg_read_pixels(int width, int height, void* pixels, std::size_t size);
 
 // ---- partial redraw ----------------------------------------------------------------------
 
@@ -133,7 +137,7 @@ void vg_read_pixels(int width, int height, void* pixels, std::size_t size);
 // `pointer_moved` counts every glass surface as changed, since its highlights follow the pointer.
 // Returns 1 with the box written, 0 when nothing changed, -1 with the reason in vg_error (the
 // command checks of vg_submit, on both frames). Touches no GL.
-int vg_damage(const float* previous, int previous_count, const float* commands, int command_count, int width,
+VELMORA_API int vg_damage(const float* previous, int previous_count, const float* commands, int command_count, int width,
               int height, float logical_width, float logical_height, float sigma, int pointer_moved,
               int* box);
 
@@ -144,8 +148,8 @@ int vg_damage(const float* previous, int previous_count, const float* commands, 
 // full redraw's would. Returns 1, or 0 with the reason in vg_error.
 // GL state: the saved state and the default framebuffer's read buffer are restored; its draw
 // buffer is left at GL_BACK.
-int vg_partial_begin(int width, int height, int x, int y, int box_width, int box_height);
+VELMORA_API int vg_partial_begin(int width, int height, int x, int y, int box_width, int box_height);
 
 // Ends a partial frame: copies the box from the back buffer into the kept frame. Nothing when no
 // partial frame is under way. GL state: as vg_partial_begin.
-void vg_partial_end();
+VELMORA_API void vg_partial_end();

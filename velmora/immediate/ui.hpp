@@ -19,6 +19,7 @@
 #pragma once
 
 #include "velmora/core/canvas.hpp"
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/platform/input.hpp"
@@ -35,7 +36,7 @@ namespace velmora::ui {
 
 class TextField;
 
-class Ui {
+class VELMORA_API Ui {
 public:
     // What a control remembers between frames.
     struct State {

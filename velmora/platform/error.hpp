@@ -4,19 +4,21 @@
 // library reports its failures through these, so all such messages share one form.
 #pragma once
 
+#include "velmora/core/export.hpp"
+
 #include <cerrno>
 #include <string_view>
 
 namespace velmora::ui {
 
 // Throws std::runtime_error "<step> (<reason>)".
-[[noreturn]] void system_error(std::string_view step, std::string_view reason);
+[[noreturn]] VELMORA_API void system_error(std::string_view step, std::string_view reason);
 
 // Throws std::runtime_error "<step> (errno=<code>)"; by default the calling thread's errno.
-[[noreturn]] void errno_error(std::string_view step, int code = errno);
+[[noreturn]] VELMORA_API void errno_error(std::string_view step, int code = errno);
 
 // Throws std::runtime_error with the step and the platform layer's last error: on SDL
 // "<step> (SDL: <SDL_GetError>)".
-[[noreturn]] void platform_error(std::string_view step);
+[[noreturn]] VELMORA_API void platform_error(std::string_view step);
 
 } // namespace velmora::ui

@@ -4,10 +4,12 @@
 // switches contexts behind its back gets an error rather than drawing into the wrong one.
 #pragma once
 
+#include "velmora/core/export.hpp"
+
 namespace velmora::ui {
 
 // The platform's handle of the current GL context, or null when none is current.
 // Needs no GL library at link time: the system libraries are looked up on first use.
-void* current_gl_context();
+VELMORA_API void* current_gl_context();
 
 } // namespace velmora::ui

@@ -6,6 +6,7 @@
 // table from a code to the field that a plain key-down sets.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 
 #include <cstddef>
@@ -13,7 +14,7 @@
 
 namespace velmora::ui {
 
-struct Input {
+struct VELMORA_API Input {
     Vec2 mouse{-1, -1};          // logical units; (-1, -1) until the pointer is first seen. Kept across polls
     bool mouse_down = false;     // left button held. Kept across polls
     bool mouse_pressed = false;  // left button went down during this poll
@@ -146,7 +147,7 @@ inline constexpr KeyFlag key_flags[] = {
 // `in.shift`: the last key, its plain flag and the edit shortcuts. Every platform calls this
 // so that a key means the same everywhere. Returns true for Ctrl+V; reading the clipboard is
 // the caller's business, as only it knows whether text input is on.
-bool apply_key(Input& in, unsigned code);
+VELMORA_API bool apply_key(Input& in, unsigned code);
 
 // Whether an event fits the record beside what it already holds. Flags carry no order, and a
 // frame takes the pointer's press first, then keys, then text; so a poll stops before an event
@@ -163,6 +164,6 @@ bool fits_motion(const Input& in);
 
 // Starts the record of a new poll: everything is cleared but what lasts across polls (the
 // pointer, the held button and an unfinished input-method composition).
-void begin_poll(Input& in);
+VELMORA_API void begin_poll(Input& in);
 
 } // namespace velmora::ui

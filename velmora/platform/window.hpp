@@ -12,6 +12,7 @@
 // another thread terminates the program.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/platform/input.hpp"
 
 #include <functional>
@@ -28,7 +29,7 @@ struct WindowOptions {
     bool vsync = true;   // a shown window presents at the display's refresh, where the driver lets it
 };
 
-class Window {
+class VELMORA_API Window {
 public:
     // Throws std::invalid_argument "Window size" for a size out of range, "Invalid UTF-8" for
     // a bad title, and std::runtime_error for a failure of the system.

@@ -19,6 +19,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -116,7 +117,18 @@ unsigned virtual_key(SDL_Keycode sym) {
 
 // ---- video start-up ---------------------------------------------------------
 
-bool display_reachable() { return std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY"); }
+// Whether the compositor socket WAYLAND_DISPLAY names is there. Without it SDL's Wayland driver
+// can only fail, and libwayland says so on standard error first.
+bool wayland_socket() {
+    const char* name = std::getenv("WAYLAND_DISPLAY");
+    const char* dir = std::getenv("XDG_RUNTIME_DIR");
+    if (!name || (name[0] != '/' && !dir)) return false;
+    const std::string path = name[0] == '/' ? name : std::string(dir) + '/' + name;
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 && S_ISSOCK(st.st_mode);
+}
+
+bool display_reachable() { return std::getenv("DISPLAY") || wayland_socket(); }
 
 bool headless_driver() {
     const char* driver = SDL_GetCurrentVideoDriver();
@@ -180,7 +192,7 @@ bool survives_in_child(bool (*start)()) {
 // child; if the child dies or hangs, the driver is left out for the life of the process.
 bool wayland_usable() {
     static const bool usable = [] {
-        if (!std::getenv("WAYLAND_DISPLAY")) return true;
+        if (!wayland_socket()) return true; // nothing to probe
         // Unasked, SDL 2 picks X11 whenever it can reach an X display.
         const char* asked = SDL_GetHint(SDL_HINT_VIDEODRIVER);
         if (asked ? !std::strstr(asked, "wayland") : std::getenv("DISPLAY") != nullptr) return true;
@@ -206,6 +218,9 @@ void start_video(bool visible) {
         else
             reachable = false;
     }
+    // Unasked, SDL would try every driver and settle on a headless one.
+    if (visible && !reachable && !running && !SDL_GetHint(SDL_HINT_VIDEODRIVER))
+        system_error("No display", "neither DISPLAY nor WAYLAND_DISPLAY names one that is there");
     if (running || visible || reachable) {
         if (SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) {
             if (visible && headless_driver()) {

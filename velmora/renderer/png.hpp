@@ -1,6 +1,7 @@
 // PNG export: the toolkit's only image writer. Needs no window and no GL context.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/renderer/pixels.hpp"
 
 #include <string>
@@ -12,6 +13,6 @@ namespace velmora::ui {
 // or a byte count other than width * height * 4, before any file is touched;
 // std::runtime_error naming the failing step ("PNG output (errno=N)" when the file cannot
 // be opened). A partly written file can remain after a failure.
-void save_png(const std::string& path, const Pixels& pixels);
+VELMORA_API void save_png(const std::string& path, const Pixels& pixels);
 
 } // namespace velmora::ui

@@ -19,6 +19,7 @@
 #pragma once
 
 #include "velmora/core/canvas.hpp"
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/renderer/pixels.hpp"
@@ -30,7 +31,7 @@
 
 namespace velmora::ui {
 
-class Renderer final : public TextEngine {
+class VELMORA_API Renderer final : public TextEngine {
 public:
     // Needs a current OpenGL 3.3 context, which the Renderer is then bound to.
     Renderer();
@@ -85,6 +86,6 @@ private:
 
 // Throws std::runtime_error with the backend's error text, or "OpenGL error N" when the
 // backend is clean but GL reports an error. Does nothing when both are clear.
-void gpu_error();
+VELMORA_API void gpu_error();
 
 } // namespace velmora::ui

@@ -18,6 +18,7 @@
 #pragma once
 
 #include "velmora/core/canvas.hpp"
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/platform/input.hpp"
@@ -40,7 +41,7 @@ class Dialog;
 class Notification;
 class Tooltip;
 
-struct Overlay {
+struct VELMORA_API Overlay {
     std::shared_ptr<Widget> widget;
     std::shared_ptr<Widget> previous_focus; // restored when the overlay closes with the focus inside
     bool modal = false;
@@ -53,7 +54,7 @@ struct Notice {
     double expires = 0; // seconds, on the frame clock
 };
 
-class Scene {
+class VELMORA_API Scene {
 public:
     Theme theme;
 

@@ -13,6 +13,7 @@
 #pragma once
 
 #include "velmora/core/canvas.hpp"
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/platform/accessibility.hpp"
@@ -42,7 +43,7 @@ enum EventType : int {
     focus_lost_event = 7, // the widget stopped being the focus
 };
 
-struct Event {
+struct VELMORA_API Event {
     int type = pointer_move;
     Vec2 position;  // logical screen coordinates, never translated on the way up
     Input input;    // the whole input of the frame, so any event can read modifiers
@@ -61,7 +62,7 @@ struct PaintContext {
     double time = 0; // seconds; the only clock that time-driven drawing may read
 };
 
-class Widget : public std::enable_shared_from_this<Widget> {
+class VELMORA_API Widget : public std::enable_shared_from_this<Widget> {
 public:
     explicit Widget(std::string label = {});
     virtual ~Widget();

@@ -8,6 +8,7 @@
 // trigger on a pointer-up inside them (wherever the press was) and on Space or Enter.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/control_kind.hpp"
@@ -21,7 +22,7 @@ class Scene;
 
 // ---- buttons ----------------------------------------------------------------------------------
 
-class Button : public Widget {
+class VELMORA_API Button : public Widget {
 public:
     explicit Button(std::string label = {});
     bool accent = false;
@@ -36,14 +37,14 @@ protected:
     bool trigger(const Event& e) const;
 };
 
-class IconButton : public Button {
+class VELMORA_API IconButton : public Button {
 public:
     explicit IconButton(std::string label = {});
     ControlKind kind() const override { return ControlKind::IconButton; }
     const char* class_name() const override { return "IconButton"; }
 };
 
-class ToggleButton : public Button {
+class VELMORA_API ToggleButton : public Button {
 public:
     explicit ToggleButton(std::string label = {});
 
@@ -61,7 +62,7 @@ private:
     bool selected_ = false;
 };
 
-class CheckBox : public ToggleButton {
+class VELMORA_API CheckBox : public ToggleButton {
 public:
     using ToggleButton::ToggleButton;
     ControlKind kind() const override { return ControlKind::CheckBox; }
@@ -69,7 +70,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class RadioButton : public ToggleButton {
+class VELMORA_API RadioButton : public ToggleButton {
 public:
     using ToggleButton::ToggleButton;
     ControlKind kind() const override { return ControlKind::RadioButton; }
@@ -78,7 +79,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class Switch : public ToggleButton {
+class VELMORA_API Switch : public ToggleButton {
 public:
     using ToggleButton::ToggleButton;
     ControlKind kind() const override { return ControlKind::Switch; }
@@ -86,7 +87,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class ListItem : public ToggleButton {
+class VELMORA_API ListItem : public ToggleButton {
 public:
     using ToggleButton::ToggleButton;
     ControlKind kind() const override { return ControlKind::ListItem; }
@@ -96,7 +97,7 @@ public:
 
 // ---- text and decoration ------------------------------------------------------------------------
 
-class Label : public Widget {
+class VELMORA_API Label : public Widget {
 public:
     explicit Label(std::string label = {});
     float font_size = 14;
@@ -108,7 +109,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class Badge : public Label {
+class VELMORA_API Badge : public Label {
 public:
     explicit Badge(std::string label = {});
     ControlKind kind() const override { return ControlKind::Badge; }
@@ -116,7 +117,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class Avatar : public Widget {
+class VELMORA_API Avatar : public Widget {
 public:
     explicit Avatar(std::string name = {});
     unsigned color = 0; // 0: the theme's selection
@@ -129,7 +130,7 @@ public:
     std::string initials() const;
 };
 
-class Separator : public Widget {
+class VELMORA_API Separator : public Widget {
 public:
     explicit Separator(bool is_vertical = false);
     bool vertical = false;
@@ -142,7 +143,7 @@ public:
 // ---- feedback ------------------------------------------------------------------------------------
 
 // The title is the widget's text.
-class Callout : public Widget {
+class VELMORA_API Callout : public Widget {
 public:
     explicit Callout(std::string title = {}, std::string body_text = {});
     std::string body;
@@ -153,7 +154,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class Notification : public Callout {
+class VELMORA_API Notification : public Callout {
 public:
     using Callout::Callout;
     ControlKind kind() const override { return ControlKind::Notification; }
@@ -164,7 +165,7 @@ public:
     void show(Scene& owner, double seconds);
 };
 
-class Tooltip : public Widget {
+class VELMORA_API Tooltip : public Widget {
 public:
     explicit Tooltip(std::string label = {});
     ControlKind kind() const override { return ControlKind::Tooltip; }
@@ -176,7 +177,7 @@ public:
 
 // A row of toggles of which at most one is on. Children that aren't toggles count in the
 // index but are never selected.
-class ButtonGroup : public Panel {
+class VELMORA_API ButtonGroup : public Panel {
 public:
     explicit ButtonGroup(const std::vector<std::string>& items = {});
 
@@ -199,7 +200,7 @@ private:
     int selected_ = 0;
 };
 
-class RadioGroup : public ButtonGroup {
+class VELMORA_API RadioGroup : public ButtonGroup {
 public:
     explicit RadioGroup(const std::vector<std::string>& items = {});
     ControlKind kind() const override { return ControlKind::RadioGroup; }
@@ -207,7 +208,7 @@ public:
     void option(std::string label) override;
 };
 
-class NavBar : public ButtonGroup {
+class VELMORA_API NavBar : public ButtonGroup {
 public:
     using ButtonGroup::ButtonGroup;
     ControlKind kind() const override { return ControlKind::NavBar; }

@@ -10,6 +10,7 @@
 // draws a thumb over it. Every change made by the user is reported through on_change.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/scene/widget.hpp"
@@ -27,7 +28,7 @@ class Scene;
 
 enum LayoutMode : int { layout_free = 0, layout_row = 1, layout_column = 2, layout_grid = 3 };
 
-class Panel : public Widget {
+class VELMORA_API Panel : public Widget {
 public:
     explicit Panel(std::string label = {});
 
@@ -52,7 +53,7 @@ public:
     float clip_radius(const Theme& theme) const override { return glass ? theme.panel_radius : 0; }
 };
 
-class GroupBox : public Panel {
+class VELMORA_API GroupBox : public Panel {
 public:
     explicit GroupBox(std::string title = {});
     ControlKind kind() const override { return ControlKind::GroupBox; }
@@ -61,7 +62,7 @@ public:
     float content_top() const override { return padding + 30; }
 };
 
-class Card : public Panel {
+class VELMORA_API Card : public Panel {
 public:
     explicit Card(std::string title = {}, std::string subtitle_text = {});
     std::string subtitle;
@@ -73,7 +74,7 @@ public:
 };
 
 // One page of a Tabs; its text is the tab's title.
-class TabPage : public Panel {
+class VELMORA_API TabPage : public Panel {
 public:
     using Panel::Panel;
     ControlKind kind() const override { return ControlKind::TabPage; }
@@ -81,7 +82,7 @@ public:
     void describe(AccessibleNode& node) const override;
 };
 
-class MenuBar : public Panel {
+class VELMORA_API MenuBar : public Panel {
 public:
     explicit MenuBar(std::string label = {});
     ControlKind kind() const override { return ControlKind::MenuBar; }
@@ -89,7 +90,7 @@ public:
     void event(Event& e) override; // Left and Right walk the menus, wrapping
 };
 
-class ToolBar : public Panel {
+class VELMORA_API ToolBar : public Panel {
 public:
     explicit ToolBar(std::string label = {});
     ControlKind kind() const override { return ControlKind::ToolBar; }
@@ -99,7 +100,7 @@ public:
 // ---- folding and switching -------------------------------------------------------------------------
 
 // A panel that folds to its 40-unit heading. Folding remembers the height to unfold to.
-class Accordion : public Panel {
+class VELMORA_API Accordion : public Panel {
 public:
     explicit Accordion(std::string title = {});
     float saved_height = 180;
@@ -123,7 +124,7 @@ private:
 };
 
 // A strip of titles over the pages; only the selected child is visible.
-class Tabs : public Panel {
+class VELMORA_API Tabs : public Panel {
 public:
     explicit Tabs(std::string label = {});
 
@@ -143,7 +144,7 @@ private:
 };
 
 // Two children side by side (or stacked) with an 8-unit divider the user drags.
-class SplitPane : public Panel {
+class VELMORA_API SplitPane : public Panel {
 public:
     explicit SplitPane(std::string label = {});
     bool vertical = false; // stacked: the divider runs across
@@ -172,7 +173,7 @@ private:
 // Shows a window of its content, moved by the wheel, by the thumb, and by reveal() when the
 // focus lands on a widget inside it. The right 13 units belong to the thumb when the
 // content is taller than the pane.
-class ScrollPane : public Panel {
+class VELMORA_API ScrollPane : public Panel {
 public:
     explicit ScrollPane(std::string label = {});
     float content_height = 0; // recomputed by layout
@@ -206,7 +207,7 @@ private:
 // ---- bars -----------------------------------------------------------------------------------------------
 
 // A passive strip: status on the left (the widget's text), a note on the right.
-class StatusBar : public Widget {
+class VELMORA_API StatusBar : public Widget {
 public:
     explicit StatusBar(std::string left = {}, std::string right = {});
     std::string right_text;
@@ -217,7 +218,7 @@ public:
 };
 
 // A path of items; a click selects one at once, arrows prepare a choice that Enter confirms.
-class Breadcrumb : public Widget {
+class VELMORA_API Breadcrumb : public Widget {
 public:
     explicit Breadcrumb(std::vector<std::string> path = {});
     std::vector<std::string> items;
@@ -235,7 +236,7 @@ private:
 };
 
 // A grip that moves its parent: dragging it shifts the parent's bounds by the pointer's travel.
-class DragBar : public Widget {
+class VELMORA_API DragBar : public Widget {
 public:
     explicit DragBar(std::string label = {});
     Vec2 drag_origin; // pointer position at the press

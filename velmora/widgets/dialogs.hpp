@@ -9,6 +9,7 @@
 // A message box answers once, through on_close, after it has left the scene.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/basic.hpp"
@@ -23,7 +24,7 @@ namespace velmora::ui {
 
 class Scene;
 
-class Dialog : public Panel {
+class VELMORA_API Dialog : public Panel {
 public:
     explicit Dialog(std::string title = {});
 
@@ -44,14 +45,14 @@ public:
     float content_top() const override { return 54; }
 };
 
-class Modal : public Dialog {
+class VELMORA_API Modal : public Dialog {
 public:
     explicit Modal(std::string title = {});
     ControlKind kind() const override { return ControlKind::Modal; }
     const char* class_name() const override { return "Modal"; }
 };
 
-class MessageBox : public Modal {
+class VELMORA_API MessageBox : public Modal {
 public:
     MessageBox(std::string title = {}, std::string text_of_message = {},
                std::function<void(bool)> on_answer = {});

@@ -5,6 +5,8 @@
 // root, the user's home directory and the mounted volumes.
 #pragma once
 
+#include "velmora/core/export.hpp"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,7 +15,7 @@ namespace velmora::ui {
 
 // UTF-8 paths, most general first, without duplicates. Never throws for a system failure: a
 // root that can't be found is left out.
-std::vector<std::string> drive_roots();
+VELMORA_API std::vector<std::string> drive_roots();
 
 namespace detail {
 // The mount points of a mount table in the /proc/self/mounts format that a user would browse:

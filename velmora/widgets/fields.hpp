@@ -12,6 +12,7 @@
 //   ComboBox          AutoComplete with a drop button listing every option
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/control_kind.hpp"
 #include "velmora/widgets/text_field.hpp"
@@ -22,7 +23,7 @@
 
 namespace velmora::ui {
 
-class TextArea : public TextField {
+class VELMORA_API TextArea : public TextField {
 public:
     explicit TextArea(std::string initial = {});
 
@@ -32,7 +33,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class PasswordField : public TextField {
+class VELMORA_API PasswordField : public TextField {
 public:
     explicit PasswordField(std::string initial = {});
 
@@ -51,7 +52,7 @@ private:
     bool revealing_ = false;
 };
 
-class SearchField : public TextField {
+class VELMORA_API SearchField : public TextField {
 public:
     explicit SearchField(std::string initial = {});
 
@@ -67,7 +68,7 @@ protected:
     void clear_text();
 };
 
-class NumberField : public TextField {
+class VELMORA_API NumberField : public TextField {
 public:
     explicit NumberField(double initial = 0);
 
@@ -109,7 +110,7 @@ private:
     double step_ = 1;
 };
 
-class Spinner : public NumberField {
+class VELMORA_API Spinner : public NumberField {
 public:
     static constexpr double repeat_delay = 0.4;     // seconds held before the first repeat
     static constexpr double repeat_interval = 0.08; // seconds between repeats
@@ -132,7 +133,7 @@ private:
     double next_repeat_ = 0;
 };
 
-class KeyBindingField : public TextField {
+class VELMORA_API KeyBindingField : public TextField {
 public:
     explicit KeyBindingField(std::string binding = {});
 
@@ -148,7 +149,7 @@ public:
 
 class SuggestionList;
 
-class AutoComplete : public SearchField {
+class VELMORA_API AutoComplete : public SearchField {
 public:
     static constexpr std::size_t match_limit = 8;
 
@@ -182,7 +183,7 @@ private:
     std::shared_ptr<SuggestionList> list_;
 };
 
-class ComboBox : public AutoComplete {
+class VELMORA_API ComboBox : public AutoComplete {
 public:
     explicit ComboBox(std::vector<std::string> items = {});
 

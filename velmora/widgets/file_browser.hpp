@@ -15,6 +15,7 @@
 // so one browser never has more than one worker running.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/basic.hpp"
 #include "velmora/widgets/control_kind.hpp"
@@ -36,7 +37,7 @@ class ListBox;
 class Scene;
 class TextField;
 
-class FileBrowser : public Modal {
+class VELMORA_API FileBrowser : public Modal {
 public:
     // Entries stepped past by one load, skipped ones included; the rest of the directory is
     // not read, so listing, sorting and painting stay cheap.
@@ -100,7 +101,7 @@ private:
     void commit(Result result);
 };
 
-class FilePicker : public Button {
+class VELMORA_API FilePicker : public Button {
 public:
     FilePicker();
 
@@ -120,7 +121,7 @@ private:
     std::filesystem::path path_;
 };
 
-class DirectoryPicker : public FilePicker {
+class VELMORA_API DirectoryPicker : public FilePicker {
 public:
     DirectoryPicker();
     ControlKind kind() const override { return ControlKind::DirectoryPicker; }

@@ -9,6 +9,7 @@
 // The theme must outlive the panel.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/theme.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/basic.hpp"
@@ -23,7 +24,7 @@ namespace velmora::ui {
 
 class Scene;
 
-class GlassSettingsPanel : public GroupBox {
+class VELMORA_API GlassSettingsPanel : public GroupBox {
 public:
     // One slider's binding to a material value of the theme.
     struct Setting {

@@ -14,6 +14,7 @@
 // selection walks the visible nodes again, so edits to the nodes show at once.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/basic.hpp"
@@ -32,7 +33,7 @@ class Scene;
 
 // ---- combo ------------------------------------------------------------------------------------
 
-class ComboSelect : public Button {
+class VELMORA_API ComboSelect : public Button {
 public:
     explicit ComboSelect(std::vector<std::string> items = {});
 
@@ -62,7 +63,7 @@ private:
 
 // ---- list family ------------------------------------------------------------------------------
 
-class ListBox : public Widget {
+class VELMORA_API ListBox : public Widget {
 public:
     explicit ListBox(std::vector<std::string> list_items = {});
 
@@ -109,7 +110,7 @@ private:
     float scroll_ = 0;
 };
 
-class GridView : public ListBox {
+class VELMORA_API GridView : public ListBox {
 public:
     explicit GridView(std::vector<std::string> list_items = {}, std::int32_t column_count = 3);
 
@@ -122,7 +123,7 @@ public:
 };
 
 // A frameless list with taller rows, for navigation.
-class Sidebar : public ListBox {
+class VELMORA_API Sidebar : public ListBox {
 public:
     explicit Sidebar(std::vector<std::string> list_items = {});
     ControlKind kind() const override { return ControlKind::Sidebar; }
@@ -133,7 +134,7 @@ public:
 
 // One node of a tree; its label is the widget's text. Child nodes are held here only, never
 // as Widget children, and also work as a stand-alone row.
-class TreeNode : public Widget {
+class VELMORA_API TreeNode : public Widget {
 public:
     static constexpr int max_depth = 128;
 
@@ -159,7 +160,7 @@ private:
     std::uint64_t walk_ = 0; // the last walk over the rows that reached this node
 };
 
-class TreeView : public Widget {
+class VELMORA_API TreeView : public Widget {
 public:
     static constexpr float row_height = 34;
     static constexpr float indent = 20;

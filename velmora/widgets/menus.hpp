@@ -11,6 +11,7 @@
 // and ticks survive closing.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/basic.hpp"
@@ -25,7 +26,7 @@ namespace velmora::ui {
 
 class Scene;
 
-class PopupMenu : public Widget {
+class VELMORA_API PopupMenu : public Widget {
 public:
     struct Item {
         std::string label;
@@ -81,20 +82,20 @@ private:
     std::string line_; // the row being painted, kept so that painting allocates nothing
 };
 
-class RightClickMenu : public PopupMenu {
+class VELMORA_API RightClickMenu : public PopupMenu {
 public:
     ControlKind kind() const override { return ControlKind::RightClickMenu; }
     const char* class_name() const override { return "RightClickMenu"; }
 };
 
-class ContextMenu : public PopupMenu {
+class VELMORA_API ContextMenu : public PopupMenu {
 public:
     ControlKind kind() const override { return ControlKind::ContextMenu; }
     const char* class_name() const override { return "ContextMenu"; }
 };
 
 // A button that opens its menu below itself; it runs no click callback of its own.
-class DropDownMenu : public Button {
+class VELMORA_API DropDownMenu : public Button {
 public:
     explicit DropDownMenu(std::string label = {});
     std::shared_ptr<PopupMenu> menu;

@@ -10,6 +10,7 @@
 // close, so reopening shows the last search.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/control_kind.hpp"
 #include "velmora/widgets/dialogs.hpp"
@@ -28,14 +29,14 @@ class Scene;
 
 // The palette's search field. It hands Enter, Up and Down to on_key and never acts on them
 // itself, so the caret stays put while the list moves; it reports itself as a SearchField.
-class PaletteQuery : public SearchField {
+class VELMORA_API PaletteQuery : public SearchField {
 public:
     std::function<void(int)> on_key; // the key code
 
     void event(Event& e) override;
 };
 
-class CommandPalette : public Modal {
+class VELMORA_API CommandPalette : public Modal {
 public:
     struct Command {
         std::string title;

@@ -13,6 +13,7 @@
 // runs its on_change.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/basic.hpp"
@@ -37,7 +38,7 @@ class ColorPicker;
 
 // Hue, saturation, value and alpha are kept apart from the packed colour so that the hue
 // survives a trip through grey.
-class ColorPopup : public Panel {
+class VELMORA_API ColorPopup : public Panel {
 public:
     static constexpr std::array<unsigned, 8> presets{0xFFFFFFFF, 0xFF000000, 0xFFEF4444, 0xFFF59E0B,
                                                      0xFF22C55E, 0xFF06B6D4, 0xFF3B82F6, 0xFFA855F7};
@@ -76,7 +77,7 @@ private:
     bool syncing_ = false;
 };
 
-class ColorPicker : public Button {
+class VELMORA_API ColorPicker : public Button {
 public:
     explicit ColorPicker(unsigned initial = 0xFF3B82F6);
 
@@ -101,7 +102,7 @@ private:
 
 // ---- date -----------------------------------------------------------------------------------------------
 
-struct Date {
+struct VELMORA_API Date {
     int year = 2000;
     int month = 1; // 1..12
     int day = 1;
@@ -119,7 +120,7 @@ struct Date {
 class DatePicker;
 
 // One month as six weeks from Monday; days of the neighbouring months fill the grid.
-class Calendar : public Panel {
+class VELMORA_API Calendar : public Panel {
 public:
     explicit Calendar(std::weak_ptr<DatePicker> picker = {}, Date initial = Date::today());
 
@@ -146,7 +147,7 @@ public:
     void paint(PaintContext& context) override;
 };
 
-class DatePicker : public Button {
+class VELMORA_API DatePicker : public Button {
 public:
     explicit DatePicker(Date initial = Date::today());
 
@@ -166,7 +167,7 @@ private:
 
 // ---- time -------------------------------------------------------------------------------------------------
 
-struct Time {
+struct VELMORA_API Time {
     int hour = 0; // 0..23
     int minute = 0;
     int second = 0;
@@ -176,7 +177,7 @@ struct Time {
     friend bool operator==(const Time&, const Time&) = default;
 };
 
-class TimePicker : public Panel {
+class VELMORA_API TimePicker : public Panel {
 public:
     explicit TimePicker(Time initial = {}, bool show_seconds = false);
 

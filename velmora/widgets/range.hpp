@@ -9,6 +9,7 @@
 // every change, whoever makes it, runs on_change.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/control_kind.hpp"
@@ -19,7 +20,7 @@ namespace velmora::ui {
 
 // ---- sliders -----------------------------------------------------------------------------------
 
-class Slider : public Widget {
+class VELMORA_API Slider : public Widget {
 public:
     // The value is clamped to 0..1. Throws std::invalid_argument "Non-finite value".
     explicit Slider(double initial = 0);
@@ -63,7 +64,7 @@ private:
     double step_ = 0.01;
 };
 
-class ScrollBar : public Slider {
+class VELMORA_API ScrollBar : public Slider {
 public:
     explicit ScrollBar(bool is_vertical = false);
 
@@ -87,7 +88,7 @@ private:
 };
 
 // Two thumbs on one track. A press takes the nearer thumb, which the keys then move too.
-class RangeSlider : public Slider {
+class VELMORA_API RangeSlider : public Slider {
 public:
     RangeSlider();
 
@@ -111,7 +112,7 @@ private:
 
 // ---- progress ------------------------------------------------------------------------------------
 
-class ProgressBar : public Widget {
+class VELMORA_API ProgressBar : public Widget {
 public:
     // Throws std::invalid_argument "Progress value" for a value that isn't finite.
     explicit ProgressBar(double initial = 0.65);
@@ -131,7 +132,7 @@ private:
     double value_ = 0.65;
 };
 
-class RingProgress : public ProgressBar {
+class VELMORA_API RingProgress : public ProgressBar {
 public:
     explicit RingProgress(double initial = 0.65);
     ControlKind kind() const override { return ControlKind::RingProgress; }
@@ -140,7 +141,7 @@ public:
 };
 
 // An endless busy mark: an arc whose angle is read from the frame's time alone.
-class SpinnerIndicator : public Widget {
+class VELMORA_API SpinnerIndicator : public Widget {
 public:
     explicit SpinnerIndicator(std::string label = {});
     float speed = 1; // turns per second

@@ -8,6 +8,7 @@
 // without further set-up; they neither size the control nor add it to a tree.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/control_kind.hpp"
 
@@ -26,10 +27,10 @@ struct ControlDescriptor {
 };
 
 // The 68 rows in kind order: the row of kind k stands at index k - 1.
-const std::vector<ControlDescriptor>& control_registry();
+VELMORA_API const std::vector<ControlDescriptor>& control_registry();
 // Throws std::invalid_argument "Unknown control kind" outside 1..68.
-const ControlDescriptor& describe(ControlKind kind);
+VELMORA_API const ControlDescriptor& describe(ControlKind kind);
 // The row's factory; fails as describe does.
-std::shared_ptr<Widget> make_control(ControlKind kind);
+VELMORA_API std::shared_ptr<Widget> make_control(ControlKind kind);
 
 } // namespace velmora::ui

@@ -12,6 +12,7 @@
 //     table->sort(1); // numeric when every cell of the column is a number
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/containers.hpp"
 #include "velmora/widgets/control_kind.hpp"
@@ -30,14 +31,14 @@ class Scene;
 
 // ---- table --------------------------------------------------------------------------------------
 
-class TableCell : public TextField {
+class VELMORA_API TableCell : public TextField {
 public:
     explicit TableCell(std::string initial = {});
     ControlKind kind() const override { return ControlKind::TableCell; }
     const char* class_name() const override { return "TableCell"; }
 };
 
-class Table : public Widget {
+class VELMORA_API Table : public Widget {
 public:
     static constexpr float row_height = 34;
     static constexpr float header_height = 40;
@@ -91,7 +92,7 @@ using PropertyValue = std::variant<bool, double, std::string>;
 
 // Editors: CheckBox for bool, NumberField for double, TextField for text, each with the id
 // "property." + name. Labels ("property.label." + name) are made by layout.
-class PropertyGrid : public ScrollPane {
+class VELMORA_API PropertyGrid : public ScrollPane {
 public:
     PropertyGrid();
 
@@ -114,7 +115,7 @@ public:
 
 // ---- paginator -------------------------------------------------------------------------------------
 
-class Paginator : public Widget {
+class VELMORA_API Paginator : public Widget {
 public:
     // At least one page.
     explicit Paginator(int count = 1);

@@ -21,6 +21,7 @@
 // ordinary text event. `caret_rect` tells the platform where to put its candidate window.
 #pragma once
 
+#include "velmora/core/export.hpp"
 #include "velmora/core/geometry.hpp"
 #include "velmora/scene/widget.hpp"
 #include "velmora/widgets/control_kind.hpp"
@@ -39,7 +40,7 @@ struct Composition {
     std::size_t cursor = 0; // byte offset of the input method's cursor inside `text`
 };
 
-class TextField : public Widget {
+class VELMORA_API TextField : public Widget {
 public:
     struct Edit {
         std::string text;
