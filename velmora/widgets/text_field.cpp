@@ -147,7 +147,11 @@ void TextField::replace_selection(std::string insert) {
     undo_stack.push_back({text, caret, anchor});
     while (undo_stack.size() > history_limit) undo_stack.pop_front();
     text = std::move(candidate);
-    caret = anchor = s + insert.size();
+    // The edit may join its neighbours into one cluster (CR then LF, a letter then a mark): the
+    // caret goes to that cluster's end, after what was typed.
+    const auto end = s + insert.size();
+    const auto start = boundary(end);
+    caret = anchor = start == end ? end : next_grapheme(text, start);
     ensure_caret();
     changed();
 }
